@@ -47,7 +47,7 @@ struct kzfi_platform_counts {
     uint64_t taken;      /**< buffers handed out */
     uint64_t given_back; /**< buffers given back through kzfi_free_buf, null not counted */
     uint64_t wrong_size; /**< of these, given back with another size than was asked for */
-    uint64_t unknown;    /**< of these, never handed out, or given back before */
+    uint64_t unknown;    /**< of these, never handed out, or given back before; not freed */
 };
 
 /** The counts now. A buffer that went through free() counts as taken and not as given back. */
