@@ -28,7 +28,10 @@ class KZFI_PDK_API CFiPrivateData : public virtual CFiRefCount, public virtual C
   public:
     /// A record of the node that objectId names; it is not copied and must outlive the record.
     explicit CFiPrivateData(kzfi_objid* objectId)
-        : object(objectId), isAltNode(false), transportable(false), intent(0) {}
+        : object(objectId),
+          isAltNode(false),
+          transportable(false),
+          intent(0) {}
     CFiPrivateData(const CFiPrivateData&) = delete;
     CFiPrivateData& operator=(const CFiPrivateData&) = delete;
     virtual ~CFiPrivateData();

@@ -21,7 +21,7 @@ namespace kzfi_pdk_4_4 {
 /// Ownership: an object that never meets a smart pointer is deleted by whoever made it.
 class KZFI_PDK_API CFiRefCount {
   public:
-    CFiRefCount() : count(0) {}
+    CFiRefCount() : referenceCount(0) {}
     CFiRefCount(const CFiRefCount&) = delete;
     CFiRefCount& operator=(const CFiRefCount&) = delete;
     virtual ~CFiRefCount();
@@ -32,11 +32,12 @@ class KZFI_PDK_API CFiRefCount {
     virtual std::uint32_t getCount();
 
     /// The mutex that guards the count.
-    ACE_Thread_Mutex& countMutex() { return mutex; }
+    ACE_Thread_Mutex& countMutex() { return referenceMutex; }
 
   private:
-    std::uint32_t count;
-    ACE_Thread_Mutex mutex;
+    // Long names: derived classes' parameters called "count" must not shadow them.
+    std::uint32_t referenceCount;
+    ACE_Thread_Mutex referenceMutex;
 };
 
 /// Tag: the one instance that everything in a plug-in context shares (trace log, managers).
@@ -79,7 +80,8 @@ class CFiSmartPtr {
 
     /// Lets go of what is held, then takes what source holds. Only the very same smart pointer is
     /// left alone; another one that holds the same object is one release and one count. A source
-    /// that lives inside the held object must be copied first: the object may die before it is read.
+    /// that lives inside the held object must be copied first: the object may die before it is
+    /// read.
     CFiSmartPtr& operator=(const CFiSmartPtr& source) {
         if (this != &source) {
             acquire(source.held);
@@ -91,7 +93,8 @@ class CFiSmartPtr {
 
     /// Lets go of what is held, then takes object. Returns the new count; for a null object the
     /// result of the release (-1 if nothing was held); -1 and an empty pointer when object's mutex
-    /// cannot be locked. Never acquire the object that is held as its only reference: it dies first.
+    /// cannot be locked. Never acquire the object that is held as its only reference: it dies
+    /// first.
     int acquire(T* object) {
         const int released = release();
         if (object == nullptr) {
@@ -141,7 +144,8 @@ class CFiSmartPtr {
   private:
     struct Guard {
         explicit Guard(CFiRefCount& object)
-            : mutex(object.countMutex()), locked(mutex.acquire() == 0) {}
+            : mutex(object.countMutex()),
+              locked(mutex.acquire() == 0) {}
         ~Guard() {
             if (locked) {
                 mutex.release();

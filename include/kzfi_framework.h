@@ -218,6 +218,21 @@ enum kzfi_node_flag {
     KZFI_NODE_ACCESS_DISABLED = 0x40 /**< access disabled */
 };
 
+/** Bits of importResource's request, in order of precedence. */
+enum kzfi_import_request {
+    KZFI_IMPORT_DECLINED = 0x4, /**< answered with KZFI_ERR_NOT_IMPLEMENTED */
+    KZFI_IMPORT = 0x1,          /**< present the device */
+    KZFI_IMPORT_VARIANT = 0x2   /**< present it, with the hook's second flag set */
+};
+
+/** Bits of deportResource's request, in order of precedence. */
+enum kzfi_deport_request {
+    KZFI_DEPORT_NOTHING = 0x400, /**< answered with KZFI_OK at once */
+    KZFI_DEPORT_VARIANT = 0x10,  /**< withdraw the device, with the hook's second flag set */
+    KZFI_DEPORT = 0x20,          /**< withdraw the device */
+    KZFI_DEPORT_DECLINED = 0x40  /**< answered with KZFI_ERR_NOT_IMPLEMENTED */
+};
+
 /** Operation of processProviderState that asks for state; others touch nothing. */
 enum kzfi_providerstate { KZFI_PROVIDERSTATE_PRODUCE = 1 };
 

@@ -5,15 +5,15 @@ namespace kzfi_pdk_4_4 {
 CFiRefCount::~CFiRefCount() = default;
 
 std::uint32_t CFiRefCount::increment() {
-    return ++count;
+    return ++referenceCount;
 }
 
 std::uint32_t CFiRefCount::decrement() {
-    return --count;
+    return --referenceCount;
 }
 
 std::uint32_t CFiRefCount::getCount() {
-    return count;
+    return referenceCount;
 }
 
 } // namespace kzfi_pdk_4_4
