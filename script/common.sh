@@ -1,0 +1,48 @@
+# Sourced by the other scripts: the tree's folder, and its packages.
+
+set -eu
+cd "$(dirname "$0")/.."
+PROJECT=$(pwd)
+: "${JOBS:=$(nproc)}"
+
+# packages demo|test: the Debian packages that the demo, or everything, needs, one a line.
+packages() {
+    sed -e 's/#.*//' -e '/^[[:space:]]*$/d' script/packages |
+        if [ "$1" = demo ]; then sed '/^\[test\]$/,$d'; else sed '/^\[test\]$/d'; fi
+}
+
+missing_packages() {
+    for package in $(packages "$1"); do
+        status=$(dpkg-query -W -f '${Status}' "$package" 2>/dev/null || true)
+        [ "$status" = "install ok installed" ] || echo "$package"
+    done
+}
+
+# install_packages demo|test: installs what is missing, as root or through sudo.
+install_packages() {
+    missing=$(missing_packages "$1" | tr '\n' ' ')
+    [ -n "$missing" ] || return 0
+    if [ "$(id -u)" = 0 ]; then
+        as_root=
+    elif command -v sudo >/dev/null 2>&1 && sudo -n true 2>/dev/null; then
+        as_root="sudo -n"
+    else
+        echo "$0: these packages are missing and only root can install them: $missing" >&2
+        echo "$0: as root: apt-get update && apt-get install $missing" >&2
+        exit 1
+    fi
+    echo "== installing $missing"
+    $as_root apt-get -qq update
+    # shellcheck disable=SC2086
+    $as_root env DEBIAN_FRONTEND=noninteractive \
+        apt-get -qq -o Dpkg::Use-Pty=0 install --no-install-recommends -y $missing >/dev/null || {
+        echo "$0: cannot install $missing" >&2
+        exit 1
+    }
+}
+
+# build PRESET: configures once and builds.
+build() {
+    [ -f "build/$1/build.ninja" ] || cmake --preset "$1"
+    cmake --build --preset "$1" -- -j "$JOBS"
+}
