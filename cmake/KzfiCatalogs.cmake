@@ -1,0 +1,41 @@
+# Compiles message catalogues: ICU resource bundles, one text source a language.
+#
+#   include(KzfiCatalogs)
+#   kzfi_add_catalog(my_provider NAME myprovider OUTPUT_DIR "${CMAKE_CURRENT_BINARY_DIR}/resources"
+#                    SOURCES messages/root.txt messages/de.txt)
+#
+# builds <OUTPUT_DIR>/libmyprovider/root.res and de.res, which the kit finds when OUTPUT_DIR is the
+# folder "resources" of the install root. A source is named after its locale, is UTF-8 and holds one
+# table of that name:
+#
+#   de {
+#       MSG_ERROR_MYPROVIDER_0001 { "Kein Platz mehr auf {0}." }
+#   }
+#
+# The files are built along with the target. Needs genrb (Debian: icu-devtools).
+
+function(kzfi_add_catalog target)
+    cmake_parse_arguments(PARSE_ARGV 1 CATALOG "" "NAME;OUTPUT_DIR" "SOURCES")
+    if(NOT CATALOG_NAME OR NOT CATALOG_OUTPUT_DIR OR NOT CATALOG_SOURCES
+       OR CATALOG_UNPARSED_ARGUMENTS)
+        message(FATAL_ERROR "kzfi_add_catalog(<target> NAME <name> OUTPUT_DIR <dir> SOURCES <file>...)")
+    endif()
+    find_program(KZFI_GENRB genrb REQUIRED)
+
+    set(folder "${CATALOG_OUTPUT_DIR}/lib${CATALOG_NAME}")
+    set(bundles)
+    foreach(source IN LISTS CATALOG_SOURCES)
+        get_filename_component(source "${source}" ABSOLUTE)
+        get_filename_component(locale "${source}" NAME_WE)
+        add_custom_command(OUTPUT "${folder}/${locale}.res"
+            COMMAND ${CMAKE_COMMAND} -E make_directory "${folder}"
+            COMMAND "${KZFI_GENRB}" --quiet --strict --encoding UTF-8 --destdir "${folder}" "${source}"
+            DEPENDS "${source}"
+            COMMENT "Compiling message catalogue ${CATALOG_NAME}: ${locale}"
+            VERBATIM)
+        list(APPEND bundles "${folder}/${locale}.res")
+    endforeach()
+
+    add_custom_target(${target}_catalog_${CATALOG_NAME} DEPENDS ${bundles})
+    add_dependencies(${target} ${target}_catalog_${CATALOG_NAME})
+endfunction()
