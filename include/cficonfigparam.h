@@ -1,0 +1,234 @@
+// Configuration parameters: descriptions and values, their lists, and the XML they travel in.
+#ifndef CFICONFIGPARAM_H
+#define CFICONFIGPARAM_H
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "cfisaxparser.h"
+#include "kzfi_pdk.h"
+
+namespace kzfi_pdk_4_4 {
+
+/// Type of a parameter's value.
+enum FiConfigDataType : std::int32_t {
+    FI_DATA_STRING = 0,
+    FI_DATA_INT = 1,
+    FI_DATA_BOOLEAN = 2,
+    FI_DATA_STRING_LIST = 3,
+    FI_DATA_INT_LIST = 4,
+    FI_DATA_BOOLEAN_LIST = 5,
+    FI_DATA_UNKNOWN = 6
+};
+
+/// How a parameter may be set.
+enum FiConfigUsageType : std::int32_t {
+    FI_USAGE_SELECT = 0,
+    FI_USAGE_AUTO = 1,
+    FI_USAGE_NO_MODIFY = 2,
+    FI_USAGE_UNKNOWN = 3
+};
+
+/// Description of one parameter that a provider accepts.
+class KZFI_PDK_API CFiConfigParamInfo {
+  public:
+    std::string key;
+    std::string messageId;
+    FiConfigDataType dataType = FI_DATA_UNKNOWN;
+    FiConfigUsageType usageType = FI_USAGE_UNKNOWN;
+    bool isSharedParam = false;
+    /// The choices, in order; written for FI_DATA_STRING_LIST only, though read for every type.
+    std::vector<std::string> selectionList;
+    std::string defaultValue;
+    /// Both -1: no range. Written for FI_DATA_INT and FI_DATA_INT_LIST only.
+    int rangeMin = -1;
+    int rangeMax = -1;
+
+    /// Appends a choice, even one that is there already; null is ignored.
+    void addSelectionItem(const char* item);
+
+    /// The "ConfigParam" element. Codes outside the enumerations are written as unknown.
+    tstring toXML() const;
+};
+
+/// Value of one parameter: a list of values exactly when valueList is not empty.
+class KZFI_PDK_API CFiConfigParamData {
+  public:
+    std::string key;
+    std::string value;
+    std::vector<std::string> valueList;
+    /// Travels with the value in copies; never in XML.
+    tstring auxText;
+
+    /// The "ConfigValue" element; value is left out when there is a list.
+    tstring toXML() const;
+};
+
+namespace detail {
+
+/// A map of named values and its XML text: the whole of CFiConfigParamDataList, for every kind of
+/// value that has an XML vocabulary inside the kit.
+template <class Data>
+class KZFI_PDK_API CFiValueList {
+  public:
+    using Entry = Data;
+
+    /// Replaces the map with what xml says and the text with its normalised form; null parses the
+    /// stored text once more. Returns 0, or 3 when the text is not accepted: the map is then
+    /// unchanged while the text is the rejected one, on purpose. Every well-formed document is
+    /// accepted; what it does not know it passes over. Other exceptions of the reader pass.
+    int parse(const char* xml);
+
+    /// Rebuilds the text from the map, in the order of its keys.
+    void updateXML();
+
+    /// The text as last built or given; a change of the map does not show in it. Valid until the
+    /// next updateXML, parse, clear or assignment.
+    const char* getXML() { return text.c_str(); }
+
+    /// The value of this name, else the list's placeholder; never null. Do not write through it
+    /// unless the name is known to be there.
+    Data* getParamData(const char* name);
+
+    /// The map itself; writing to it leaves the text alone.
+    std::map<std::string, Data>& entries() { return values; }
+    const std::map<std::string, Data>& entries() const { return values; }
+
+    /// Whether the map has no entries.
+    bool empty() const { return values.empty(); }
+
+    /// Empties map and text.
+    void clear();
+
+  private:
+    std::map<std::string, Data> values;
+    Data placeholder;
+    tstring text;
+};
+
+/// Builds a List, a class derived from CFiValueList, from its XML.
+template <class List>
+class KZFI_PDK_API CFiValueListHandler : public CFiSaxParseHandler {
+  public:
+    void startElement(const XMLCh* uri, const XMLCh* localname, const XMLCh* qname,
+                      const xercesc::Attributes& attributes) override;
+    void endElement(const XMLCh* uri, const XMLCh* localname, const XMLCh* qname) override;
+
+    /// The list as built so far, with its text; throws a copy of the saved error instead when one
+    /// with a message was reported.
+    List& getList();
+
+  private:
+    friend class CFiValueList<typename List::Entry>;
+
+    void store();
+    std::map<std::string, typename List::Entry>& builtEntries();
+
+    List list;
+    typename List::Entry current;
+    bool inValueList = false;
+    bool finished = false;
+    bool listHandedOut = false;
+};
+
+} // namespace detail
+
+/// The values of parameters by name.
+///
+///     CFiConfigParamDataList values(xml); // or: values.parse(xml) == 0
+///     values.entries()["mode"] = data;    // key and data.key should agree
+///     values.updateXML();
+///     send(values.getXML());
+///
+/// Threads: one at a time.
+/// Ownership: entries, placeholder and text are the list's own; a copy copies all three.
+/// Errors: see parse(); the writer only runs out of memory.
+class KZFI_PDK_API CFiConfigParamDataList : public detail::CFiValueList<CFiConfigParamData> {
+  public:
+    CFiConfigParamDataList();
+    /// Parses xml; a text that is not accepted leaves an empty map, and is kept as the text.
+    explicit CFiConfigParamDataList(const char* xml);
+    CFiConfigParamDataList(const CFiConfigParamDataList& source);
+    CFiConfigParamDataList& operator=(const CFiConfigParamDataList& source);
+    ~CFiConfigParamDataList();
+};
+
+/// Reads the XML of values; made for one parse.
+class KZFI_PDK_API CFiConfigParamDataListHandler
+    : public detail::CFiValueListHandler<CFiConfigParamDataList> {
+  public:
+    CFiConfigParamDataListHandler();
+    ~CFiConfigParamDataListHandler() override;
+};
+
+/// The descriptions of a provider's parameters by name; used like CFiConfigParamDataList, with the
+/// same threads, ownership and errors.
+class KZFI_PDK_API CFiConfigParamInfoList {
+  public:
+    CFiConfigParamInfoList();
+    /// Parses xml; a text that is not accepted leaves an empty map, and is kept as the text.
+    explicit CFiConfigParamInfoList(const char* xml);
+    CFiConfigParamInfoList(const CFiConfigParamInfoList& source);
+    CFiConfigParamInfoList& operator=(const CFiConfigParamInfoList& source);
+    ~CFiConfigParamInfoList();
+
+    /// As CFiConfigParamDataList's.
+    int parse(const char* xml);
+    void updateXML();
+    const char* getXML() { return text.c_str(); }
+
+    /// The description of this name, else the list's placeholder; never null. Do not write through
+    /// it unless the name is known to be there.
+    CFiConfigParamInfo* getParamInfo(const char* name);
+
+    /// The default of every description as a value, with its text; a default of a list type is not
+    /// split.
+    CFiConfigParamDataList getDefaultDataList();
+
+    /// As CFiConfigParamDataList's.
+    std::map<std::string, CFiConfigParamInfo>& entries() { return descriptions; }
+    const std::map<std::string, CFiConfigParamInfo>& entries() const { return descriptions; }
+    bool empty() const { return descriptions.empty(); }
+    void clear();
+
+  private:
+    std::map<std::string, CFiConfigParamInfo> descriptions;
+    CFiConfigParamInfo placeholder;
+    tstring text;
+};
+
+/// Reads the XML of descriptions; made for one parse.
+class KZFI_PDK_API CFiGetConfigParamListHandler : public CFiSaxParseHandler {
+  public:
+    CFiGetConfigParamListHandler();
+    ~CFiGetConfigParamListHandler() override;
+
+    void startElement(const XMLCh* uri, const XMLCh* localname, const XMLCh* qname,
+                      const xercesc::Attributes& attributes) override;
+    void endElement(const XMLCh* uri, const XMLCh* localname, const XMLCh* qname) override;
+
+    /// The list as built so far, with its text; throws a copy of the saved error instead when one
+    /// with a message was reported.
+    CFiConfigParamInfoList& getList();
+
+    /// Whether the end of the whole list was read.
+    bool isFinished() const { return finished; }
+
+  private:
+    friend class CFiConfigParamInfoList;
+
+    void store();
+    void setField(const XMLCh* element);
+    std::map<std::string, CFiConfigParamInfo>& builtEntries();
+
+    CFiConfigParamInfoList list;
+    CFiConfigParamInfo current;
+    bool finished;
+    bool listHandedOut;
+};
+
+} // namespace kzfi_pdk_4_4
+
+#endif
