@@ -10,7 +10,9 @@
 
 namespace kzfi_pdk_4_4 {
 
+class CFiConfiguration;
 class CFiErrorManager;
+class TraceMessage;
 
 /// The one diagnostic log of a plug-in context.
 ///
@@ -101,16 +103,15 @@ class KZFI_PDK_API CFiTraceLog : public virtual CFiRefCount {
     static int getKwfisTraceLevel(tstring& dir, tstring& file, int& level);
 
   private:
-    struct Line;
-
     bool passesFilter(int level) const;
     bool errorManagerListens() const;
-    void writeToFile(const Line& line);
-    bool isFirstLineOfDay(const tstring& date, const tstring& path);
-    void writeToStdout(const Line& line) const;
-    void callLogHandler(LogHandler handler, const Line& line) const;
-    void pushToErrorManager(const Line& line) const;
+    void writeLine(int level, const char* timestamp, const char* message);
+    std::string pathOfDay(const std::string& date) const;
+    bool startsDay(const std::string& date, const std::string& path);
+    void writeToFile(const std::string& line);
+    void pushToErrorManager(int level, const char* timestamp, const TraceMessage& message) const;
     void createTraceFile();
+    void importOwnConfiguration(CFiConfiguration& configuration) const;
 
     tstring ownerName;
     tstring traceFile;
@@ -124,6 +125,8 @@ class KZFI_PDK_API CFiTraceLog : public virtual CFiRefCount {
     std::atomic<int> traceLevel;
     CFiSmartPtr<CFiErrorManager, CFiContextSingletonAllocator<CFiErrorManager>> errorManager;
     std::atomic<LogHandler> logHandler;
+    // Whoever sets it may look at and change traceDate and tracePath.
+    std::atomic_flag dateInUse = ATOMIC_FLAG_INIT;
 };
 
 /// Traces the entry of a function when made and its exit when destroyed, both at level 6:

@@ -1,0 +1,47 @@
+#include <cstring>
+
+#include "diag/tracing.h"
+
+namespace kzfi_pdk_4_4 {
+
+namespace {
+
+const char* fileNameOf(const char* sourcePath) {
+    if (sourcePath == nullptr) {
+        return nullptr;
+    }
+    const char* slash = std::strrchr(sourcePath, '/');
+    return slash != nullptr ? slash + 1 : "include/cfitracelog.h";
+}
+
+} // namespace
+
+CFiTraceLogFunction::CFiTraceLogFunction(const CFiTraceLogPtr& log, const char* function, int line,
+                                         const char* sourcePath)
+    : traceLog(log),
+      functionName(function),
+      lineNumber(line),
+      fileName(fileNameOf(sourcePath)) {
+    if (functionName != nullptr && fileName != nullptr) {
+        traceTo(traceLog, TRACE_FUNCTION, "Entering Function %s [%d, %s]", functionName, lineNumber,
+                fileName);
+    }
+}
+
+CFiTraceLogFunction::~CFiTraceLogFunction() {
+    if (functionName == nullptr || fileName == nullptr) {
+        return;
+    }
+    try {
+        if (lineNumber != 0) {
+            traceTo(traceLog, TRACE_FUNCTION, "Exiting Function %s [%d, %s]", functionName,
+                    lineNumber, fileName);
+        } else {
+            traceTo(traceLog, TRACE_FUNCTION, "Exiting Function %s", functionName);
+        }
+    } catch (...) {
+        // What a handler or the configuration throws must not leave a destructor.
+    }
+}
+
+} // namespace kzfi_pdk_4_4

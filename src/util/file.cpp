@@ -1,0 +1,66 @@
+#include "util/file.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace kzfi_pdk_4_4 {
+
+FileDescriptor& FileDescriptor::operator=(FileDescriptor&& source) noexcept {
+    if (this != &source) {
+        close();
+        number = source.number;
+        source.number = -1;
+    }
+    return *this;
+}
+
+void FileDescriptor::close() {
+    if (number >= 0) {
+        // Not repeated when interrupted: the descriptor is gone all the same.
+        ::close(number);
+        number = -1;
+    }
+}
+
+FileDescriptor openFile(const char* path, int flags, mode_t mode) {
+    int descriptor = -1;
+    do {
+        descriptor = ::open(path, flags | O_CLOEXEC, mode);
+    } while (descriptor < 0 && errno == EINTR);
+    return FileDescriptor(descriptor);
+}
+
+ssize_t readSome(const FileDescriptor& file, char* buffer, std::size_t size) {
+    ssize_t got = -1;
+    do {
+        got = ::read(file.get(), buffer, size);
+    } while (got < 0 && errno == EINTR);
+    return got;
+}
+
+std::string readToEnd(const FileDescriptor& file) {
+    std::string text;
+    char buffer[4096];
+    for (ssize_t got = readSome(file, buffer, sizeof buffer); got > 0;
+         got = readSome(file, buffer, sizeof buffer)) {
+        text.append(buffer, static_cast<std::size_t>(got));
+    }
+    return text;
+}
+
+FileDescriptor openForAppending(const char* path, bool followLinks) {
+    const int flags = O_RDWR | O_APPEND | O_CREAT | O_NONBLOCK | (followLinks ? 0 : O_NOFOLLOW);
+    return openFile(path, flags, 0666);
+}
+
+bool writeOnce(const FileDescriptor& file, const char* data, std::size_t size) {
+    ssize_t written = -1;
+    do {
+        written = ::write(file.get(), data, size);
+    } while (written < 0 && errno == EINTR);
+    return written == static_cast<ssize_t>(size);
+}
+
+} // namespace kzfi_pdk_4_4
