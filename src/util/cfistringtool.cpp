@@ -128,6 +128,42 @@ const char* seek(const char* from, const char* end, char c) {
     return found != nullptr ? static_cast<const char*>(found) : end;
 }
 
+// Walks the characters of a text that have an entity: one cursor for each kind, moved by memchr,
+// which passes 32 bytes at a step where a loop passes one.
+class SpecialCharacters {
+  public:
+    // The search for the first kind finds the text's end, too, and saves a strlen in a text without
+    // it: one scan of six.
+    explicit SpecialCharacters(const char* text) : next{strchrnul(text, ENTITIES[0].character)} {
+        end = *next[0] == '\0' ? next[0] : next[0] + std::strlen(next[0]);
+        for (std::size_t i = 1; i < std::size(ENTITIES); ++i) {
+            next[i] = seek(text, end, ENTITIES[i].character);
+        }
+        choose();
+    }
+
+    const char* current() const { return next[nearest]; }
+    bool atEnd() const { return current() == end; }
+    std::string_view entity() const { return ENTITIES[nearest].text; }
+
+    void advance() {
+        next[nearest] = seek(current() + 1, end, ENTITIES[nearest].character);
+        choose();
+    }
+
+  private:
+    void choose() {
+        nearest = 0;
+        for (std::size_t i = 1; i < std::size(ENTITIES); ++i) {
+            nearest = next[i] < next[nearest] ? i : nearest;
+        }
+    }
+
+    const char* next[std::size(ENTITIES)];
+    const char* end;
+    std::size_t nearest;
+};
+
 // The entity at an ampersand; the ampersand by itself when it begins none.
 const Entity& entityAt(const char* ampersand, const char* end) {
     static constexpr Entity PLAIN = {'&', "&"};
@@ -543,24 +579,19 @@ std::string CFiStringTool::xmlBracketValue(std::string name, std::string value) 
 
 std::string CFiStringTool::convertToXmlSpecialCharacters(const std::string& text) {
     const char* from = text.c_str();
-    const char* const end = from + std::strlen(from);
-    const char* next[std::size(ENTITIES)];
-    for (std::size_t i = 0; i < std::size(ENTITIES); ++i) {
-        next[i] = seek(from, end, ENTITIES[i].character);
+    SpecialCharacters special(from);
+    if (special.atEnd()) {
+        return std::string(from, special.current());
     }
     std::string result;
-    result.reserve(static_cast<std::size_t>(end - from));
-    while (true) {
-        const char** const nearest = std::min_element(std::begin(next), std::end(next));
-        result.append(from, *nearest);
-        if (*nearest == end) {
-            return result;
-        }
-        const Entity& entity = ENTITIES[nearest - next];
-        result.append(entity.text);
-        from = *nearest + 1;
-        *nearest = seek(from, end, entity.character);
+    result.reserve(text.size() + text.size() / 2);
+    while (!special.atEnd()) {
+        result.append(from, special.current()).append(special.entity());
+        from = special.current() + 1;
+        special.advance();
     }
+    result.append(from, special.current());
+    return result;
 }
 
 std::string CFiStringTool::convertFromXmlSpecialCharacters(const std::string& text) {
