@@ -4,9 +4,7 @@
 
 namespace kzfi_pdk_4_4 {
 
-namespace {
-
-const char* fileNameOf(const char* sourcePath) {
+const char* sourceFileOf(const char* sourcePath) {
     if (sourcePath == nullptr) {
         return nullptr;
     }
@@ -14,14 +12,12 @@ const char* fileNameOf(const char* sourcePath) {
     return slash != nullptr ? slash + 1 : "include/cfitracelog.h";
 }
 
-} // namespace
-
 CFiTraceLogFunction::CFiTraceLogFunction(const CFiTraceLogPtr& log, const char* function, int line,
                                          const char* sourcePath)
     : traceLog(log),
       functionName(function),
       lineNumber(line),
-      fileName(fileNameOf(sourcePath)) {
+      fileName(sourceFileOf(sourcePath)) {
     if (functionName != nullptr && fileName != nullptr) {
         traceTo(traceLog, TRACE_FUNCTION, "Entering Function %s [%d, %s]", functionName, lineNumber,
                 fileName);

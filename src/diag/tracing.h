@@ -18,6 +18,10 @@ inline const char* orEmpty(const char* text) {
     return text != nullptr ? text : "";
 }
 
+/// The part of a source path behind its last slash; null for null. A path without a slash gives the
+/// trace log's own header, on purpose.
+const char* sourceFileOf(const char* sourcePath);
+
 } // namespace kzfi_pdk_4_4
 
 /// Traces the entry of the enclosing function to log now and its exit when the scope ends. The

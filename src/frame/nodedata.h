@@ -1,10 +1,16 @@
-// Access to the records of nodes through the provider's factory.
+// A node's name, and its record through the provider's factory.
 #ifndef KZFI_FRAME_NODEDATA_H
 #define KZFI_FRAME_NODEDATA_H
 
 #include "cfiprivatedata.h"
+#include "diag/tracing.h"
 
 namespace kzfi_pdk_4_4 {
+
+/// The node's name; the empty text for a node without one.
+inline const char* nameOf(const kfi_domain* node) {
+    return orEmpty(node != nullptr && node->objid != nullptr ? node->objid->name : nullptr);
+}
 
 /// The provider's factory for the duration of one operation. Without a manager, a factory or a node
 /// there is no private data.
