@@ -73,7 +73,7 @@ class CFiSmartPtr {
         if (held != nullptr) {
             Guard guard(*held);
             if (guard.locked) {
-                held->increment();
+                guard.counted.increment();
             }
         }
     }
@@ -108,7 +108,7 @@ class CFiSmartPtr {
             return -1;
         }
         held = object;
-        return static_cast<int>(held->increment());
+        return static_cast<int>(guard.counted.increment());
     }
 
     /// Gives the count back. Returns the remaining count, 0 when the object was destroyed, -1 when
@@ -123,10 +123,10 @@ class CFiSmartPtr {
             if (!guard.locked) {
                 return -1;
             }
-            remaining = held->decrement();
+            remaining = guard.counted.decrement();
             if (remaining == 0) {
                 // Back to 1 on purpose: the object is destroyed in a consistent state.
-                held->increment();
+                guard.counted.increment();
             }
         }
         if (remaining == 0) {
@@ -142,19 +142,21 @@ class CFiSmartPtr {
     explicit operator bool() const { return held != nullptr; }
 
   private:
+    // Holds the mutex of an object and reaches its count through the base, whatever the object's
+    // own class declares by the same names.
     struct Guard {
         explicit Guard(CFiRefCount& object)
-            : mutex(object.countMutex()),
-              locked(mutex.acquire() == 0) {}
+            : counted(object),
+              locked(object.countMutex().acquire() == 0) {}
         ~Guard() {
             if (locked) {
-                mutex.release();
+                counted.countMutex().release();
             }
         }
         Guard(const Guard&) = delete;
         Guard& operator=(const Guard&) = delete;
 
-        ACE_Thread_Mutex& mutex;
+        CFiRefCount& counted;
         const bool locked;
     };
 
