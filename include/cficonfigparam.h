@@ -68,17 +68,18 @@ class KZFI_PDK_API CFiConfigParamData {
 
 namespace detail {
 
-/// A map of named values and its XML text: the whole of CFiConfigParamDataList, for every kind of
-/// value that has an XML vocabulary inside the kit.
+/// A map of named entries and its XML text: what the lists of descriptions, of values and of
+/// whatever else travels in this form have in common.
 template <class Data>
-class KZFI_PDK_API CFiValueList {
+class KZFI_PDK_API CFiParamList {
   public:
     using Entry = Data;
 
     /// Replaces the map with what xml says and the text with its normalised form; null parses the
     /// stored text once more. Returns 0, or 3 when the text is not accepted: the map is then
     /// unchanged while the text is the rejected one, on purpose. Every well-formed document is
-    /// accepted; what it does not know it passes over. Other exceptions of the reader pass.
+    /// accepted; what it holds of other elements is passed over. Other exceptions of the reader
+    /// leave with the map unchanged.
     int parse(const char* xml);
 
     /// Rebuilds the text from the map, in the order of its keys.
@@ -88,49 +89,70 @@ class KZFI_PDK_API CFiValueList {
     /// next updateXML, parse, clear or assignment.
     const char* getXML() { return text.c_str(); }
 
-    /// The value of this name, else the list's placeholder; never null. Do not write through it
-    /// unless the name is known to be there.
-    Data* getParamData(const char* name);
-
     /// The map itself; writing to it leaves the text alone.
-    std::map<std::string, Data>& entries() { return values; }
-    const std::map<std::string, Data>& entries() const { return values; }
+    std::map<std::string, Data>& entries() { return data; }
+    const std::map<std::string, Data>& entries() const { return data; }
 
     /// Whether the map has no entries.
-    bool empty() const { return values.empty(); }
+    bool empty() const { return data.empty(); }
 
     /// Empties map and text.
     void clear();
 
+  protected:
+    /// The entry of this name, else the placeholder; never null.
+    Data* lookUp(const char* name);
+
   private:
-    std::map<std::string, Data> values;
+    std::map<std::string, Data> data;
     Data placeholder;
     tstring text;
 };
 
-/// Builds a List, a class derived from CFiValueList, from its XML.
+/// Builds a List, derived from CFiParamList, while its XML is read.
 template <class List>
-class KZFI_PDK_API CFiValueListHandler : public CFiSaxParseHandler {
+class KZFI_PDK_API CFiParamListHandler : public CFiSaxParseHandler {
+  public:
+    /// The list as built so far, with its text; throws a copy of the saved error instead when one
+    /// with a message was reported.
+    List& getList();
+
+  protected:
+    using Entry = typename List::Entry;
+
+    /// Moves the current entry into the list, in place of an entry of its name.
+    void store();
+    /// The buffer up to its first NUL.
+    const char* content() const { return buffer.c_str(); }
+
+  private:
+    friend class CFiParamList<Entry>;
+
+    std::map<std::string, Entry>& builtEntries();
+
+    List list;
+
+  protected:
+    Entry current;
+
+  private:
+    bool listHandedOut = false;
+};
+
+/// The handler of named values, whatever their elements are called.
+template <class List>
+class KZFI_PDK_API CFiValueListHandler : public CFiParamListHandler<List> {
   public:
     void startElement(const XMLCh* uri, const XMLCh* localname, const XMLCh* qname,
                       const xercesc::Attributes& attributes) override;
     void endElement(const XMLCh* uri, const XMLCh* localname, const XMLCh* qname) override;
 
-    /// The list as built so far, with its text; throws a copy of the saved error instead when one
-    /// with a message was reported.
-    List& getList();
-
   private:
-    friend class CFiValueList<typename List::Entry>;
+    void setValue();
+    void storeValue();
 
-    void store();
-    std::map<std::string, typename List::Entry>& builtEntries();
-
-    List list;
-    typename List::Entry current;
     bool inValueList = false;
     bool finished = false;
-    bool listHandedOut = false;
 };
 
 } // namespace detail
@@ -145,7 +167,7 @@ class KZFI_PDK_API CFiValueListHandler : public CFiSaxParseHandler {
 /// Threads: one at a time.
 /// Ownership: entries, placeholder and text are the list's own; a copy copies all three.
 /// Errors: see parse(); the writer only runs out of memory.
-class KZFI_PDK_API CFiConfigParamDataList : public detail::CFiValueList<CFiConfigParamData> {
+class KZFI_PDK_API CFiConfigParamDataList : public detail::CFiParamList<CFiConfigParamData> {
   public:
     CFiConfigParamDataList();
     /// Parses xml; a text that is not accepted leaves an empty map, and is kept as the text.
@@ -153,6 +175,29 @@ class KZFI_PDK_API CFiConfigParamDataList : public detail::CFiValueList<CFiConfi
     CFiConfigParamDataList(const CFiConfigParamDataList& source);
     CFiConfigParamDataList& operator=(const CFiConfigParamDataList& source);
     ~CFiConfigParamDataList();
+
+    /// The value of this name, else the list's placeholder; never null. What is written to the
+    /// placeholder is what later calls for unknown names find.
+    CFiConfigParamData* getParamData(const char* name);
+};
+
+/// The descriptions of a provider's parameters by name; used like CFiConfigParamDataList, with the
+/// same threads, ownership and errors.
+class KZFI_PDK_API CFiConfigParamInfoList : public detail::CFiParamList<CFiConfigParamInfo> {
+  public:
+    CFiConfigParamInfoList();
+    /// Parses xml; a text that is not accepted leaves an empty map, and is kept as the text.
+    explicit CFiConfigParamInfoList(const char* xml);
+    CFiConfigParamInfoList(const CFiConfigParamInfoList& source);
+    CFiConfigParamInfoList& operator=(const CFiConfigParamInfoList& source);
+    ~CFiConfigParamInfoList();
+
+    /// The description of this name, else the list's placeholder; never null.
+    CFiConfigParamInfo* getParamInfo(const char* name);
+
+    /// The default of every description as a value, with the text of all; a default of a list type
+    /// is not split.
+    CFiConfigParamDataList getDefaultDataList();
 };
 
 /// Reads the XML of values; made for one parse.
@@ -163,44 +208,9 @@ class KZFI_PDK_API CFiConfigParamDataListHandler
     ~CFiConfigParamDataListHandler() override;
 };
 
-/// The descriptions of a provider's parameters by name; used like CFiConfigParamDataList, with the
-/// same threads, ownership and errors.
-class KZFI_PDK_API CFiConfigParamInfoList {
-  public:
-    CFiConfigParamInfoList();
-    /// Parses xml; a text that is not accepted leaves an empty map, and is kept as the text.
-    explicit CFiConfigParamInfoList(const char* xml);
-    CFiConfigParamInfoList(const CFiConfigParamInfoList& source);
-    CFiConfigParamInfoList& operator=(const CFiConfigParamInfoList& source);
-    ~CFiConfigParamInfoList();
-
-    /// As CFiConfigParamDataList's.
-    int parse(const char* xml);
-    void updateXML();
-    const char* getXML() { return text.c_str(); }
-
-    /// The description of this name, else the list's placeholder; never null. Do not write through
-    /// it unless the name is known to be there.
-    CFiConfigParamInfo* getParamInfo(const char* name);
-
-    /// The default of every description as a value, with its text; a default of a list type is not
-    /// split.
-    CFiConfigParamDataList getDefaultDataList();
-
-    /// As CFiConfigParamDataList's.
-    std::map<std::string, CFiConfigParamInfo>& entries() { return descriptions; }
-    const std::map<std::string, CFiConfigParamInfo>& entries() const { return descriptions; }
-    bool empty() const { return descriptions.empty(); }
-    void clear();
-
-  private:
-    std::map<std::string, CFiConfigParamInfo> descriptions;
-    CFiConfigParamInfo placeholder;
-    tstring text;
-};
-
 /// Reads the XML of descriptions; made for one parse.
-class KZFI_PDK_API CFiGetConfigParamListHandler : public CFiSaxParseHandler {
+class KZFI_PDK_API CFiGetConfigParamListHandler
+    : public detail::CFiParamListHandler<CFiConfigParamInfoList> {
   public:
     CFiGetConfigParamListHandler();
     ~CFiGetConfigParamListHandler() override;
@@ -209,25 +219,20 @@ class KZFI_PDK_API CFiGetConfigParamListHandler : public CFiSaxParseHandler {
                       const xercesc::Attributes& attributes) override;
     void endElement(const XMLCh* uri, const XMLCh* localname, const XMLCh* qname) override;
 
-    /// The list as built so far, with its text; throws a copy of the saved error instead when one
-    /// with a message was reported.
-    CFiConfigParamInfoList& getList();
-
     /// Whether the end of the whole list was read.
     bool isFinished() const { return finished; }
 
   private:
-    friend class CFiConfigParamInfoList;
-
-    void store();
-    void setField(const XMLCh* element);
-    std::map<std::string, CFiConfigParamInfo>& builtEntries();
-
-    CFiConfigParamInfoList list;
-    CFiConfigParamInfo current;
     bool finished;
-    bool listHandedOut;
 };
+
+namespace detail {
+extern template class CFiParamList<CFiConfigParamInfo>;
+extern template class CFiParamListHandler<CFiConfigParamInfoList>;
+extern template class CFiParamList<CFiConfigParamData>;
+extern template class CFiParamListHandler<CFiConfigParamDataList>;
+extern template class CFiValueListHandler<CFiConfigParamDataList>;
+} // namespace detail
 
 } // namespace kzfi_pdk_4_4
 

@@ -14,6 +14,10 @@
 
 namespace kzfi_pdk_4_4 {
 
+namespace detail {
+class DocumentWatch;
+}
+
 /// One SAX2 reader, set up for plain parsing without validation and namespaces.
 ///
 ///     MyHandler handler; // derived from CFiSaxParseHandler
@@ -53,13 +57,9 @@ class KZFI_PDK_API CFiSaxParser {
     void parse(const std::vector<std::string>& pieces);
 
   private:
-    class Watch;
-
-    void drop();
-
     xercesc::DefaultHandler* handler;
     xercesc::SAX2XMLReader* reader;
-    std::unique_ptr<Watch> watch;
+    std::unique_ptr<detail::DocumentWatch> watch;
 };
 
 /// Base of the kit's handlers: collects character data and keeps the last error of the document.
@@ -96,6 +96,9 @@ class KZFI_PDK_API CFiSaxParseHandler : public xercesc::DefaultHandler {
     xercesc::SAXParseException* savedError;
     bool errorSeen;
     std::string buffer;
+
+  private:
+    XMLCh openLead;
 };
 
 /// Conversions between the reader's strings and byte strings.

@@ -1,0 +1,220 @@
+#include "cfisaxparser.h"
+
+#include <cstring>
+
+#include <unicode/utf16.h>
+#include <unicode/utf8.h>
+#include <xercesc/framework/MemBufInputSource.hpp>
+#include <xercesc/sax2/XMLReaderFactory.hpp>
+#include <xercesc/util/PlatformUtils.hpp>
+#include <xercesc/util/XMLString.hpp>
+#include <xercesc/util/XMLUni.hpp>
+
+#include "config/documentwatch.h"
+#include "config/xmlplatform.h"
+
+namespace kzfi_pdk_4_4 {
+
+using xercesc::XMLString;
+using xercesc::XMLUni;
+
+namespace {
+
+constexpr XMLCh SYSTEM_ID[] = u"kzfi_sax_parser";
+
+constexpr char REPLACEMENT[] = "\xEF\xBF\xBD";
+
+void appendUtf8(std::string& bytes, UChar32 character) {
+    char encoded[U8_MAX_LENGTH];
+    std::size_t length = 0;
+    U8_APPEND_UNSAFE(encoded, length, character);
+    bytes.append(encoded, length);
+}
+
+void appendUtf8(std::string& bytes, const XMLCh* chars, XMLSize_t length) {
+    // Nearly all text is ASCII, and this loop takes it several characters at a time.
+    const std::size_t start = bytes.size();
+    bytes.resize(start + length);
+    XMLSize_t i = 0;
+    for (; i < length && U8_IS_SINGLE(chars[i]); ++i) {
+        bytes[start + i] = static_cast<char>(chars[i]);
+    }
+    bytes.resize(start + i);
+    while (i < length) {
+        UChar32 character = 0;
+        U16_NEXT_OR_FFFD(chars, i, length, character);
+        appendUtf8(bytes, character);
+    }
+}
+
+bool endsWithReplacement(const std::string& bytes) {
+    const std::size_t length = std::strlen(REPLACEMENT);
+    return bytes.size() >= length && bytes.compare(bytes.size() - length, length, REPLACEMENT) == 0;
+}
+
+/// A reader for plain parsing that opens nothing by itself.
+std::unique_ptr<xercesc::SAX2XMLReader> makeReader(detail::DocumentWatch& watch) {
+    std::unique_ptr<xercesc::SAX2XMLReader> reader(
+        xercesc::XMLReaderFactory::createXMLReader(&watch));
+    reader->setFeature(XMLUni::fgSAX2CoreValidation, false);
+    reader->setFeature(XMLUni::fgSAX2CoreNameSpaces, false);
+    reader->setFeature(XMLUni::fgXercesSchema, false);
+    reader->setFeature(XMLUni::fgXercesSchemaFullChecking, false);
+    reader->setFeature(XMLUni::fgSAX2CoreNameSpacePrefixes, false);
+    // Documents come from outside: an external entity would read files and addresses of the
+    // writer's choice. This makes each a fatal error; not loading the external DTD alone would
+    // drop text silently.
+    reader->setFeature(XMLUni::fgXercesDisableDefaultEntityResolution, true);
+    watch.follow(*reader);
+    return reader;
+}
+
+} // namespace
+
+CFiSaxParser::CFiSaxParser(xercesc::DefaultHandler* newHandler, const char* schema)
+    : handler(nullptr),
+      reader(nullptr) {
+    init();
+    if (newHandler != nullptr) {
+        setHandler(newHandler);
+    }
+    if (schema != nullptr) {
+        setInputSchema(schema);
+    }
+}
+
+CFiSaxParser::~CFiSaxParser() {
+    delete reader;
+    watch.reset();
+    stopXmlPlatform();
+}
+
+void CFiSaxParser::init() {
+    delete reader;
+    reader = nullptr;
+    try {
+        if (watch == nullptr) {
+            startXmlPlatform();
+            watch = std::make_unique<detail::DocumentWatch>();
+        }
+        reader = makeReader(*watch).release();
+    } catch (const xercesc::XMLException&) {
+        // Left without a reader on purpose; parse() tells the handler.
+    }
+}
+
+void CFiSaxParser::setHandler(xercesc::DefaultHandler* newHandler) {
+    handler = newHandler;
+    if (reader == nullptr) {
+        return;
+    }
+    try {
+        reader->setContentHandler(handler);
+        reader->setErrorHandler(handler);
+    } catch (const xercesc::XMLException&) {
+        // Swallowed on purpose, like every error of the set-up.
+    }
+}
+
+void CFiSaxParser::setInputSchema(const char* schemaPath) {
+    if (reader == nullptr) {
+        return;
+    }
+    try {
+        reader->setFeature(XMLUni::fgSAX2CoreValidation, true);
+        reader->setFeature(XMLUni::fgSAX2CoreNameSpaces, true);
+        reader->setFeature(XMLUni::fgXercesSchema, true);
+        reader->setFeature(XMLUni::fgXercesSchemaFullChecking, true);
+        reader->setFeature(XMLUni::fgXercesUseCachedGrammarInParse, true);
+        // Otherwise the schema itself would be refused.
+        reader->setFeature(XMLUni::fgXercesDisableDefaultEntityResolution, false);
+        XMLCh* path = CFiXStringTool::unicodeForm(schemaPath);
+        const xercesc::ArrayJanitor<XMLCh> keeper(path, xercesc::XMLPlatformUtils::fgMemoryManager);
+        reader->setProperty(XMLUni::fgXercesSchemaExternalNoNameSpaceSchemaLocation, path);
+    } catch (const xercesc::XMLException&) {
+        // Swallowed on purpose, like every error of the set-up.
+    } catch (const xercesc::SAXException&) {
+    }
+}
+
+void CFiSaxParser::parse(const std::string& text) {
+    if (reader == nullptr) {
+        if (handler != nullptr) {
+            handler->fatalError(xercesc::SAXParseException(u"no reader", nullptr, SYSTEM_ID, 0, 0));
+        }
+        return;
+    }
+    xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(text.data()), text.size(),
+                                      SYSTEM_ID, false);
+    source.setCopyBufToStream(false);
+    watch->begin(text.size(), handler);
+    reader->parse(source);
+}
+
+void CFiSaxParser::parse(const std::vector<std::string>& pieces) {
+    std::size_t size = 0;
+    for (const std::string& piece : pieces) {
+        size += piece.size() + 1;
+    }
+    std::string text;
+    text.reserve(size);
+    for (const std::string& piece : pieces) {
+        text += piece;
+    }
+    parse(text);
+}
+
+CFiSaxParseHandler::CFiSaxParseHandler() : savedError(nullptr), errorSeen(false), openLead(0) {
+    startXmlPlatform();
+    xercesc::MemoryManager* const memory = xercesc::XMLPlatformUtils::fgMemoryManager;
+    savedError = new (memory) xercesc::SAXParseException(nullptr, nullptr, nullptr, 0, 0, memory);
+}
+
+CFiSaxParseHandler::~CFiSaxParseHandler() {
+    delete savedError;
+    stopXmlPlatform();
+}
+
+void CFiSaxParseHandler::characters(const XMLCh* chars, XMLSize_t length) {
+    if (length == 0) {
+        return;
+    }
+    // Of a long text the reader may deliver the halves of one character in two calls.
+    if (openLead != 0 && U16_IS_TRAIL(chars[0]) && endsWithReplacement(buffer)) {
+        buffer.resize(buffer.size() - std::strlen(REPLACEMENT));
+        appendUtf8(buffer, U16_GET_SUPPLEMENTARY(openLead, chars[0]));
+        ++chars;
+        --length;
+    }
+    openLead = 0;
+    if (length > 0) {
+        appendUtf8(buffer, chars, length);
+        openLead = U16_IS_LEAD(chars[length - 1]) ? chars[length - 1] : u'\0';
+    }
+}
+
+void CFiSaxParseHandler::endElement(const XMLCh*, const XMLCh*, const XMLCh*) {}
+
+void CFiSaxParseHandler::startElement(const XMLCh*, const XMLCh*, const XMLCh*,
+                                      const xercesc::Attributes&) {}
+
+void CFiSaxParseHandler::error(const xercesc::SAXParseException& exception) {
+    errorSeen = true;
+    *savedError = exception;
+}
+
+void CFiSaxParseHandler::fatalError(const xercesc::SAXParseException& exception) {
+    CFiSaxParseHandler::error(exception);
+}
+
+void CFiSaxParseHandler::warning(const xercesc::SAXParseException& exception) {
+    CFiSaxParseHandler::error(exception);
+}
+
+void CFiSaxParseHandler::raiseError() const {
+    if (errorSeen && savedError->getMessage() != nullptr) {
+        throw xercesc::SAXParseException(*savedError);
+    }
+}
+
+} // namespace kzfi_pdk_4_4
