@@ -129,6 +129,7 @@ class KZFI_PDK_API CFiPblmOps : public virtual CFiTraceable {
   private:
     bool isInRange(long number) const;
     lunNum* addMap(const std::string& enclosureId);
+    bool writeRecord(const char* path, const std::vector<std::string>& values);
 };
 
 } // namespace kzfi_pdk_4_4

@@ -16,12 +16,14 @@ FileDescriptor& FileDescriptor::operator=(FileDescriptor&& source) noexcept {
     return *this;
 }
 
-void FileDescriptor::close() {
-    if (number >= 0) {
-        // Not repeated when interrupted: the descriptor is gone all the same.
-        ::close(number);
-        number = -1;
+bool FileDescriptor::close() {
+    if (number < 0) {
+        return true;
     }
+    // Not repeated when interrupted: the descriptor is gone all the same.
+    const int status = ::close(number);
+    number = -1;
+    return status == 0 || errno == EINTR;
 }
 
 FileDescriptor openFile(const char* path, int flags, mode_t mode) {

@@ -22,7 +22,8 @@ class FileDescriptor {
 
     int get() const { return number; }
     bool isOpen() const { return number >= 0; }
-    void close();
+    /// False when the system reports a failure; the descriptor is gone all the same.
+    bool close();
 
   private:
     int number;
