@@ -181,6 +181,12 @@ class KZFI_PDK_API CFiExecPipePosix : public CFiExecPipeBase {
     struct State;
 
     int startChild();
+    void endReading();
+    void traceChildFailures();
+    bool waitWithin(long limit, int& status);
+    void signalChild(int signal, const char* name);
+    int judge(int status, int result);
+    int failWith(int code, int detail, const char* text, int number);
     int fail(int code, int detail = 0, const std::wstring& message = std::wstring());
 
     std::unique_ptr<State> state;

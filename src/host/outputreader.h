@@ -1,0 +1,40 @@
+// The output of a child, line by line.
+#ifndef KZFI_HOST_OUTPUTREADER_H
+#define KZFI_HOST_OUTPUTREADER_H
+
+#include <memory>
+
+#include "util/file.h"
+
+namespace kzfi_pdk_4_4 {
+
+/// Reads the non-blocking read end of a pipe through a buffer.
+class OutputReader {
+  public:
+    enum Refill { MORE, END, FAILED, TIMED_OUT };
+
+    /// Drops what is held and reads from pipe.
+    void open(FileDescriptor pipe);
+
+    const FileDescriptor& descriptor() const { return source; }
+    bool isOpen() const { return source.isOpen(); }
+
+    /// As FileDescriptor::close(). Nothing is buffered afterwards.
+    bool close();
+
+    /// Moves buffered bytes to free, up to a newline or to last; true when one of them was reached.
+    bool take(char*& free, const char* last);
+
+    /// Fills the empty buffer, waiting up to seconds for the first byte; errno tells of FAILED.
+    Refill refill(long seconds);
+
+  private:
+    FileDescriptor source;
+    std::unique_ptr<char[]> buffer;
+    std::size_t position = 0;
+    std::size_t filled = 0;
+};
+
+} // namespace kzfi_pdk_4_4
+
+#endif
