@@ -35,6 +35,13 @@ class KZFI_PDK_API CFiRefCount {
     ACE_Thread_Mutex& countMutex() { return referenceMutex; }
 
   private:
+    template <class T, class Allocator>
+    friend class CFiSmartPtr;
+
+    // Not inline: where g++ 12 sees the delete at the end of every smart pointer it warns of a use
+    // after it, which the count rules out.
+    static void destroy(CFiRefCount* object);
+
     // Long names: derived classes' parameters called "count" must not shadow them.
     std::uint32_t referenceCount;
     ACE_Thread_Mutex referenceMutex;
@@ -130,7 +137,7 @@ class CFiSmartPtr {
             }
         }
         if (remaining == 0) {
-            delete held;
+            CFiRefCount::destroy(held);
         }
         held = nullptr;
         return static_cast<int>(remaining);

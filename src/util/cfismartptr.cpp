@@ -4,6 +4,10 @@ namespace kzfi_pdk_4_4 {
 
 CFiRefCount::~CFiRefCount() = default;
 
+void CFiRefCount::destroy(CFiRefCount* object) {
+    delete object;
+}
+
 std::uint32_t CFiRefCount::increment() {
     return ++referenceCount;
 }
