@@ -59,9 +59,9 @@ class KZFI_PDK_API CFiPluginInterposer : public CFiPluginBase {
     ~CFiPluginInterposer() override;
 
     /// Registers a method under a pattern, behind those that the pattern has already; an empty
-    /// group name becomes fimName + "_FIM_GROUP". A group that is known gets this pattern and
+    /// group name becomes name + "_FIM_GROUP". A group that is known gets this pattern and
     /// forgets its node. An empty pattern is traced and registers nothing.
-    void addFim(std::string claimPattern, std::string fimName, std::string fimAltName,
+    void addFim(std::string claimPattern, std::string name, std::string alternativeName,
                 int typeFlags, std::string groupName);
 
     /// The methods of a node: of a group node the first method of that group, of a node of this

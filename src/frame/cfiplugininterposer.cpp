@@ -94,17 +94,18 @@ std::string CFiPluginInterposer::marker() const {
     return "<" + CFiStringTool::tstr2str(providerName) + ">";
 }
 
-void CFiPluginInterposer::addFim(std::string claimPattern, std::string fimName,
-                                 std::string fimAltName, int typeFlags, std::string groupName) {
+void CFiPluginInterposer::addFim(std::string claimPattern, std::string name,
+                                 std::string alternativeName, int typeFlags,
+                                 std::string groupName) {
     if (claimPattern.empty()) {
         traceTo(traceLog, TRACE_ERROR, "ERROR: Invalid arg to addFim(), invalid claim pattern");
         return;
     }
     if (groupName.empty()) {
-        groupName = fimName + "_FIM_GROUP";
+        groupName = name + "_FIM_GROUP";
     }
     groups[groupName] = {groupName, claimPattern, objectId(groupName), nullptr};
-    fims[claimPattern].push_back({groupName, fimName, fimAltName, typeFlags});
+    fims[claimPattern].push_back({groupName, name, alternativeName, typeFlags});
 }
 
 bool CFiPluginInterposer::isGroupNode(tstring name) {

@@ -1,10 +1,12 @@
 // Choice of a node's snapshot target from its configuration values.
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "cfiprivatedata.h"
 #include "cfistringtool.h"
 #include "diag/tracing.h"
+#include "util/tokens.h"
 
 namespace kzfi_pdk_4_4 {
 namespace {
@@ -39,9 +41,10 @@ class TargetSelection {
           name(orEmpty(node.getObjName())),
           udid(device) {}
 
-    int fromGroups(const std::vector<std::string>& groups) {
-        for (const std::string& group : groups) {
-            const Step step = readGroup(group);
+    /// The groups of resources; there is at least one.
+    int fromGroups(Tokens groups) {
+        for (std::string_view group; groups.next(group);) {
+            const Step step = readGroup(std::string(group));
             if (step != NEXT_GROUP) {
                 return step == DONE ? configureTarget() : NO_TARGET;
             }
@@ -55,19 +58,15 @@ class TargetSelection {
 
     Step readGroup(const std::string& group) {
         traceTo(traceLog, TRACE_INFO, "Info: resourceSpec [%s] \n", group.c_str());
-        const std::vector<std::string> items = CFiStringTool::tokenize(group, ";");
-        if (items.empty()) {
-            return refuse(group, "has not targets");
-        }
+        Tokens items(group.c_str(), ";");
         bool found = false;
-        for (const std::string& item : items) {
-            const Step step = readItem(item, found);
+        for (std::string_view item; items.next(item); found = true) {
+            const Step step = readItem(std::string(item), found);
             if (step != NEXT_ITEM) {
                 return step;
             }
-            found = true;
         }
-        return DONE;
+        return found ? DONE : refuse(group, "has not targets");
     }
 
     /// The first item of a group is its source, the others are targets.
@@ -152,8 +151,9 @@ int CFiPrivateData::selectTargetFromConfigData() {
     // Unescaped first, so that an escaped ampersand separates groups too; kept so on purpose.
     const std::string resources =
         CFiStringTool::convertFromXmlSpecialCharacters(entry->second.value);
-    const std::vector<std::string> groups = CFiStringTool::tokenize(resources, "[]&\n\r");
-    if (groups.empty()) {
+    const Tokens groups(resources.c_str(), "[]&\n\r");
+    std::string_view first;
+    if (!Tokens(groups).next(first)) {
         traceTo(traceLog, TRACE_ERROR,
                 "Configuration \"%s\" has no resources specified for source [%s].",
                 resources.c_str(), name);

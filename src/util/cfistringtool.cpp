@@ -14,6 +14,7 @@
 
 #include "kzfi_framework.h"
 #include "kzfi_portable.h"
+#include "util/tokens.h"
 
 namespace kzfi_pdk_4_4 {
 
@@ -538,16 +539,12 @@ bool CFiStringTool::isIpAddress(const std::string& text) {
 
 std::vector<std::string> CFiStringTool::tokenize(const std::string& text,
                                                  const std::string& delims) {
-    const char* const set = delims.c_str();
-    const std::string_view all(text.c_str());
-    std::vector<std::string> tokens;
-    std::size_t start = all.find_first_not_of(set);
-    while (start != std::string_view::npos) {
-        const std::size_t end = std::min(all.find_first_of(set, start), all.size());
-        tokens.emplace_back(all.substr(start, end - start));
-        start = all.find_first_not_of(set, end);
+    Tokens tokens(text.c_str(), delims.c_str());
+    std::vector<std::string> all;
+    for (std::string_view token; tokens.next(token);) {
+        all.emplace_back(token);
     }
-    return tokens;
+    return all;
 }
 
 long CFiStringTool::find(const std::vector<std::string>& list, const char* needle,
