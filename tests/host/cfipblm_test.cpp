@@ -50,17 +50,52 @@ using kzfi_tests::TraceCapture;
 using kzfi_tests::TracedLine;
 using kzfi_tests::writeFile;
 using testing::Contains;
-using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 using testing::UnorderedElementsAre;
 
 using Texts = std::vector<std::string>;
+using Lines = std::vector<TracedLine>;
 
 static_assert(!std::is_copy_constructible<CFiPblmOps>::value, "two owners of one list");
 static_assert(!std::is_copy_assignable<CFiPblmOps>::value, "two owners of one list");
 static_assert(std::has_virtual_destructor<CFiPblmOps>::value, "providers derive from it");
 static_assert(sizeof(std::bitset<256>) == 4 * sizeof(std::uint64_t), "four words");
+
+// The lines that several operations lead to.
+const TracedLine noMemory{1, "CFiPblmOps::allocLunNumEle: new memory allocation failure."};
+const TracedLine notScanned{1, "CFiPblmOps::refreshCache scanCache returned false."};
+
+TracedLine notOpened(const std::string& path) {
+    return {1, "CFiPblmOps::refreshCache opendir failure for path=[" + path + "]."};
+}
+TracedLine gotMap(const std::string& id) {
+    return {6, "CFiPblmOps::getEnclMap got Lun Map for enclId=[" + id + "].\n"};
+}
+TracedLine noMap(const std::string& id) {
+    return {6, "CFiPblmOps::getEnclMap No Lun Map for enclId=[" + id + "].\n"};
+}
+TracedLine addedMap(const std::string& id) {
+    return {6, "CFiPblmOps::getEnclMap Added a Lun Map for enclId=[" + id + "].\n"};
+}
+TracedLine scanned(long number) {
+    return {6, "CFiPblmOps::fillBitMap has set lun num [" + std::to_string(number) +
+                   "] in the lun map."};
+}
+TracedLine written(long number) {
+    return {6, "CFiPblmOps::setKeyValue has set lun num [" + std::to_string(number) +
+                   "] in the lun map.\n"};
+}
+TracedLine released(long number) {
+    return {6, "CFiPblmOps::resetLunNum has reset lun num [" + std::to_string(number) +
+                   "] in the lun map.\n"};
+}
+TracedLine passed(long number) {
+    return {3, "LUNNO passed to setKeyValue is [" + std::to_string(number) + "]"};
+}
+TracedLine removed(const std::string& path) {
+    return {3, "INFO:CFiPblmOps::rmCacheRecord file=[" + path + "] removed successfully"};
+}
 
 // The map with its inner steps in reach.
 class Pblm : public CFiPblmOps {
@@ -197,9 +232,8 @@ TEST_F(PblmTest, BoundsTheMaximum) {
         pblm.setLunNumRange(10, max);
         EXPECT_EQ(pblm.getMinLunNum(), 10U);
         EXPECT_EQ(pblm.getMaxLunNum(), 255U);
-        EXPECT_THAT(trace.all(),
-                    ElementsAre(TracedLine{
-                        6, "CFiPblmOps::setLunNumRange: bounding to higher limit of [255]."}));
+        EXPECT_EQ(trace.all(),
+                  (Lines{{6, "CFiPblmOps::setLunNumRange: bounding to higher limit of [255]."}}));
     }
 }
 
@@ -246,8 +280,7 @@ TEST_F(PblmTest, TellsThatThereIsNoMemoryForAMap) {
     const OutOfMemory now;
     EXPECT_EQ(pblm.allocLunNumEle(&map), 5);
     EXPECT_EQ(map, &other);
-    EXPECT_THAT(trace.all(), ElementsAre(TracedLine{
-                                 1, "CFiPblmOps::allocLunNumEle: new memory allocation failure."}));
+    EXPECT_EQ(trace.all(), (Lines{noMemory}));
 }
 
 // ---- Finding an enclosure's map ----
@@ -255,14 +288,11 @@ TEST_F(PblmTest, TellsThatThereIsNoMemoryForAMap) {
 TEST_F(PblmTest, AddsAMapWhereThereIsNoDirectory) {
     lunNum* map = nullptr;
     EXPECT_TRUE(pblm.getEnclMap("ARR01", &map));
-    EXPECT_THAT(
-        trace.all(),
-        ElementsAre(TracedLine{1, "CFiPblmOps::refreshCache opendir failure for path=[" +
-                                      directory("ARR01") + "]."},
-                    TracedLine{1, "CFiPblmOps::refreshCache scanCache returned false."},
-                    TracedLine{1, "CFiPblmOps::getEnclMap refreshCache returned false."},
-                    TracedLine{6, "CFiPblmOps::getEnclMap No Lun Map for enclId=[ARR01].\n"},
-                    TracedLine{6, "CFiPblmOps::getEnclMap Added a Lun Map for enclId=[ARR01].\n"}));
+    EXPECT_EQ(trace.all(), (Lines{notOpened(directory("ARR01")),
+                                  notScanned,
+                                  {1, "CFiPblmOps::getEnclMap refreshCache returned false."},
+                                  noMap("ARR01"),
+                                  addedMap("ARR01")}));
     ASSERT_EQ(map, pblm.enclosureMaps);
     EXPECT_EQ(map->enclosureId, "ARR01");
     EXPECT_EQ(map->next, nullptr);
@@ -272,19 +302,13 @@ TEST_F(PblmTest, AddsAMapWhereThereIsNoDirectory) {
 TEST_F(PblmTest, AddsAMapForAnEmptyDirectory) {
     addEmptyDirectory("ARR01");
     EXPECT_EQ(mapOf("ARR01"), pblm.enclosureMaps);
-    EXPECT_THAT(
-        trace.all(),
-        ElementsAre(TracedLine{6, "CFiPblmOps::getEnclMap No Lun Map for enclId=[ARR01].\n"},
-                    TracedLine{6, "CFiPblmOps::getEnclMap Added a Lun Map for enclId=[ARR01].\n"}));
+    EXPECT_EQ(trace.all(), (Lines{noMap("ARR01"), addedMap("ARR01")}));
 }
 
 TEST_F(PblmTest, BuildsTheFirstMapFromItsRecords) {
     addRecord("ARR01", "disk", "12");
     lunNum* const map = mapOf("ARR01");
-    EXPECT_THAT(
-        trace.all(),
-        ElementsAre(TracedLine{6, "CFiPblmOps::fillBitMap has set lun num [12] in the lun map."},
-                    TracedLine{6, "CFiPblmOps::getEnclMap got Lun Map for enclId=[ARR01].\n"}));
+    EXPECT_EQ(trace.all(), (Lines{scanned(12), gotMap("ARR01")}));
     EXPECT_EQ(map->used.count(), 1U);
     EXPECT_TRUE(map->used.test(12));
 }
@@ -295,11 +319,7 @@ TEST_F(PblmTest, ReadsNoRecordsAgainOnceThereIsAMap) {
     addRecord("ARR02", "disk", "13");
     EXPECT_TRUE(mapOf("ARR01")->used.none());
     EXPECT_TRUE(mapOf("ARR02")->used.none()) << "a later enclosure starts without its records";
-    EXPECT_THAT(
-        trace.all(),
-        ElementsAre(TracedLine{6, "CFiPblmOps::getEnclMap got Lun Map for enclId=[ARR01].\n"},
-                    TracedLine{6, "CFiPblmOps::getEnclMap No Lun Map for enclId=[ARR02].\n"},
-                    TracedLine{6, "CFiPblmOps::getEnclMap Added a Lun Map for enclId=[ARR02].\n"}));
+    EXPECT_EQ(trace.all(), (Lines{gotMap("ARR01"), noMap("ARR02"), addedMap("ARR02")}));
 }
 
 TEST_F(PblmTest, PutsTheNewestMapFirst) {
@@ -313,8 +333,7 @@ TEST_F(PblmTest, PutsTheNewestMapFirst) {
 TEST_F(PblmTest, FindsAMapWhateverTheCaseOfTheId) {
     lunNum* const map = freshMap("Arr01");
     EXPECT_EQ(mapOf("aRR01"), map);
-    EXPECT_THAT(trace.all(), ElementsAre(TracedLine{
-                                 6, "CFiPblmOps::getEnclMap got Lun Map for enclId=[aRR01].\n"}));
+    EXPECT_EQ(trace.all(), (Lines{gotMap("aRR01")}));
 }
 
 TEST_F(PblmTest, ANullEnclosureHasNoMap) {
@@ -323,8 +342,7 @@ TEST_F(PblmTest, ANullEnclosureHasNoMap) {
     EXPECT_FALSE(pblm.getEnclMap(nullptr, &map));
     EXPECT_EQ(map, &other);
     EXPECT_EQ(pblm.enclosureMaps, nullptr);
-    EXPECT_THAT(trace.all(), ElementsAre(TracedLine{
-                                 6, "CFiPblmOps::getEnclMap No Lun Map for enclId=[NULL].\n"}));
+    EXPECT_EQ(trace.all(), (Lines{noMap("NULL")}));
 }
 
 TEST_F(PblmTest, HasNoMapWithoutMemory) {
@@ -335,11 +353,9 @@ TEST_F(PblmTest, HasNoMapWithoutMemory) {
     EXPECT_FALSE(pblm.getEnclMap("ARR01", &map));
     EXPECT_EQ(map, &other);
     EXPECT_EQ(pblm.enclosureMaps, nullptr);
-    EXPECT_THAT(
+    EXPECT_EQ(
         trace.all(),
-        ElementsAre(TracedLine{6, "CFiPblmOps::getEnclMap No Lun Map for enclId=[ARR01].\n"},
-                    TracedLine{1, "CFiPblmOps::allocLunNumEle: new memory allocation failure."},
-                    TracedLine{1, "CFiPblmOps::getEnclMap new memory alloc failure."}));
+        (Lines{noMap("ARR01"), noMemory, {1, "CFiPblmOps::getEnclMap new memory alloc failure."}}));
 }
 
 // ---- Scanning records ----
@@ -365,8 +381,7 @@ TEST_F(PblmTest, MarksNumbersOfTheRangeOnly) {
                    {"-20", -1},
                    {"4294967316", -1},
                    {"18446744073709551636", -1},
-                   {"-18446744073709551596", -1},
-                   {"\n20", -1 /* the first line is empty */}};
+                   {"-18446744073709551596", -1}};
     for (const auto& entry : records) {
         SCOPED_TRACE(entry.text);
         lunNum* const map = freshMap("ARR01");
@@ -379,15 +394,13 @@ TEST_F(PblmTest, MarksNumbersOfTheRangeOnly) {
         }
         EXPECT_EQ(map->used.count(), 1U);
         EXPECT_TRUE(map->used.test(static_cast<std::size_t>(entry.marked)));
-        EXPECT_THAT(trace.all(), ElementsAre(TracedLine{
-                                     6, "CFiPblmOps::fillBitMap has set lun num [" +
-                                            std::to_string(entry.marked) + "] in the lun map."}));
+        EXPECT_EQ(trace.all(), (Lines{scanned(entry.marked)}));
     }
 }
 
 TEST_F(PblmTest, IgnoresRecordsThatAreNoNumbers) {
     lunNum* const map = freshMap("ARR01");
-    for (const char* text : {"abc", "x12", "-", "+", " ", "\n", "\n0", "."}) {
+    for (const char* text : {"abc", "x12", "-", "+", " ", "\n", "\n0", "\n20", "."}) {
         SCOPED_TRACE(text);
         pblm.fillBitMap("ARR01", addRecord("ARR01", "disk", text));
         EXPECT_TRUE(map->used.none()) << "zero must not be taken for used";
@@ -399,9 +412,8 @@ TEST_F(PblmTest, IgnoresRecordsThatAreNoNumbers) {
 
 TEST_F(PblmTest, MakesTheMapBeforeItReadsTheRecord) {
     pblm.fillBitMap("ARR01", record("ARR01", "missing"));
-    EXPECT_THAT(trace.all(),
-                ElementsAre(TracedLine{
-                    2, "CFiPblmOps::fillBitMap ignore failure in getCacheRecord err=[26]."}));
+    EXPECT_EQ(trace.all(),
+              (Lines{{2, "CFiPblmOps::fillBitMap ignore failure in getCacheRecord err=[26]."}}));
     ASSERT_NE(pblm.enclosureMaps, nullptr);
     EXPECT_EQ(pblm.enclosureMaps->enclosureId, "ARR01");
     EXPECT_TRUE(pblm.enclosureMaps->used.none());
@@ -424,10 +436,8 @@ TEST_F(PblmTest, MarksNothingWithoutMemory) {
     const OutOfMemory now;
     pblm.fillBitMap("ARR01", path);
     EXPECT_EQ(pblm.enclosureMaps, nullptr);
-    EXPECT_THAT(
-        trace.all(),
-        ElementsAre(TracedLine{1, "CFiPblmOps::allocLunNumEle: new memory allocation failure."},
-                    TracedLine{1, "CFiPblmOps::fillBitMap new memory alloc failure."}));
+    EXPECT_EQ(trace.all(),
+              (Lines{noMemory, {1, "CFiPblmOps::fillBitMap new memory alloc failure."}}));
 }
 
 TEST_F(PblmTest, NoRecordStopsAScan) {
@@ -443,12 +453,8 @@ TEST_F(PblmTest, NoRecordStopsAScan) {
     EXPECT_TRUE(pblm.refreshCache("ARR01", nullptr));
     const TracedLine unreadable{
         2, "CFiPblmOps::fillBitMap ignore failure in getCacheRecord err=[26]."};
-    EXPECT_THAT(trace.all(),
-                UnorderedElementsAre(
-                    unreadable, unreadable, unreadable, unreadable,
-                    TracedLine{6, "CFiPblmOps::fillBitMap has set lun num [1] in the lun map."},
-                    TracedLine{6, "CFiPblmOps::fillBitMap has set lun num [2] in the lun map."},
-                    TracedLine{6, "CFiPblmOps::fillBitMap has set lun num [3] in the lun map."}));
+    EXPECT_THAT(trace.all(), UnorderedElementsAre(unreadable, unreadable, unreadable, unreadable,
+                                                  scanned(1), scanned(2), scanned(3)));
     EXPECT_EQ(mapOf("ARR01")->used, std::bitset<256>(2 + 4 + 8));
 }
 
@@ -461,15 +467,9 @@ TEST_F(PblmTest, ScansTheDirectoryGiven) {
 
 TEST_F(PblmTest, AScanFailsWithoutItsDirectory) {
     EXPECT_FALSE(pblm.scanCache("ARR01", root.path("none/").c_str(), nullptr));
-    EXPECT_THAT(trace.all(),
-                ElementsAre(TracedLine{1, "CFiPblmOps::refreshCache opendir failure for path=[" +
-                                              root.path("none/") + "]."}));
+    EXPECT_EQ(trace.all(), (Lines{notOpened(root.path("none/"))}));
     EXPECT_FALSE(pblm.refreshCache("ARR01", nullptr));
-    EXPECT_THAT(trace.all(), ElementsAre(TracedLine{1, "CFiPblmOps::refreshCache opendir failure "
-                                                       "for path=[" +
-                                                           directory("ARR01") + "]."},
-                                         TracedLine{1, "CFiPblmOps::refreshCache scanCache "
-                                                       "returned false."}));
+    EXPECT_EQ(trace.all(), (Lines{notOpened(directory("ARR01")), notScanned}));
     EXPECT_EQ(pblm.enclosureMaps, nullptr);
 }
 
@@ -480,10 +480,8 @@ TEST_F(PblmTest, ListsAllNumbersOfAnEnclosureWithoutRecords) {
     Texts free;
     EXPECT_TRUE(pblm.getNewLunNum("ARR01", free));
     EXPECT_EQ(free, numbers(0, 255));
-    EXPECT_THAT(
-        trace.all(),
-        ElementsAre(TracedLine{6, "CFiPblmOps::getEnclMap got Lun Map for enclId=[ARR01].\n"},
-                    TracedLine{6, "CFiPblmOps::getNewLunNum got first Lun num=[0].\n"}));
+    EXPECT_EQ(trace.all(),
+              (Lines{gotMap("ARR01"), {6, "CFiPblmOps::getNewLunNum got first Lun num=[0].\n"}}));
     EXPECT_EQ(freeOf("ARR01"), numbers(0, 255)) << "none is reserved";
 }
 
@@ -529,11 +527,9 @@ TEST_F(PblmTest, TellsThatNoNumberIsFree) {
     Texts free;
     EXPECT_FALSE(pblm.getNewLunNum("ARR01", free));
     EXPECT_THAT(free, IsEmpty());
-    EXPECT_THAT(
-        trace.all(),
-        ElementsAre(
-            TracedLine{6, "CFiPblmOps::getEnclMap got Lun Map for enclId=[ARR01].\n"},
-            TracedLine{6, "CFiPblmOps::getNewLunNum LUN num not able to find free LUN num .\n"}));
+    EXPECT_EQ(trace.all(),
+              (Lines{gotMap("ARR01"),
+                     {6, "CFiPblmOps::getNewLunNum LUN num not able to find free LUN num .\n"}}));
 }
 
 TEST_F(PblmTest, ACallersOwnTextCountsAsFree) {
@@ -541,18 +537,16 @@ TEST_F(PblmTest, ACallersOwnTextCountsAsFree) {
     Texts free = {"before"};
     EXPECT_TRUE(pblm.getNewLunNum("ARR01", free));
     EXPECT_EQ(free, Texts{"before"});
-    EXPECT_THAT(trace.all(), ElementsAre(TracedLine{
-                                 6, "CFiPblmOps::getEnclMap got Lun Map for enclId=[ARR01].\n"}));
+    EXPECT_EQ(trace.all(), (Lines{gotMap("ARR01")}));
 }
 
 TEST_F(PblmTest, ListsNothingWithoutAMap) {
     Texts free = {"before"};
     EXPECT_FALSE(pblm.getNewLunNum(nullptr, free));
     EXPECT_EQ(free, Texts{"before"});
-    EXPECT_THAT(
-        trace.all(),
-        ElementsAre(TracedLine{6, "CFiPblmOps::getEnclMap No Lun Map for enclId=[NULL].\n"},
-                    TracedLine{2, "CFiPblmOps::getNewLunNum No Lun map present on the system.\n"}));
+    EXPECT_EQ(trace.all(),
+              (Lines{noMap("NULL"),
+                     {2, "CFiPblmOps::getNewLunNum No Lun map present on the system.\n"}}));
 }
 
 TEST_F(PblmTest, Reads256Records) {
@@ -641,8 +635,7 @@ TEST_F(PblmTest, ReadsNoNumberWithoutARecord) {
     value = 77;
     EXPECT_EQ(pblm.getKeyValue(nullptr, value), 26);
     EXPECT_EQ(value, -1);
-    EXPECT_THAT(trace.all(),
-                ElementsAre(TracedLine{1, "CFiPblmOps::getKeyValue ERROR: key is NULL"}));
+    EXPECT_EQ(trace.all(), (Lines{{1, "CFiPblmOps::getKeyValue ERROR: key is NULL"}}));
 }
 
 // ---- Writing a record ----
@@ -654,11 +647,7 @@ TEST_F(PblmTest, WritesTheFirstValueAndMarksIt) {
     EXPECT_EQ(readFile(path), "12");
     EXPECT_EQ(map->used.count(), 1U);
     EXPECT_TRUE(map->used.test(12));
-    EXPECT_THAT(
-        trace.all(),
-        ElementsAre(TracedLine{6, "CFiPblmOps::getEnclMap got Lun Map for enclId=[arr01].\n"},
-                    TracedLine{6, "CFiPblmOps::setKeyValue has set lun num [12] in the lun "
-                                  "map.\n"}));
+    EXPECT_EQ(trace.all(), (Lines{gotMap("arr01"), written(12)}));
 }
 
 TEST_F(PblmTest, ReplacesARecord) {
@@ -675,12 +664,7 @@ TEST_F(PblmTest, WritesTheRecordBeforeItLooksForTheMap) {
     addEmptyDirectory("ARR01");
     const std::string path = record("ARR01", "disk");
     EXPECT_EQ(pblm.setKeyValue(path.c_str(), {"12"}, "ARR01"), 0);
-    EXPECT_THAT(
-        trace.all(),
-        ElementsAre(TracedLine{6, "CFiPblmOps::fillBitMap has set lun num [12] in the lun map."},
-                    TracedLine{6, "CFiPblmOps::getEnclMap got Lun Map for enclId=[ARR01].\n"},
-                    TracedLine{6, "CFiPblmOps::setKeyValue has set lun num [12] in the lun "
-                                  "map.\n"}));
+    EXPECT_EQ(trace.all(), (Lines{scanned(12), gotMap("ARR01"), written(12)}));
 }
 
 TEST_F(PblmTest, MarksOnlyNumbersOfTheRange) {
@@ -709,8 +693,7 @@ TEST_F(PblmTest, MarksZeroForAWrittenTextThatIsNoNumber) {
     lunNum* const map = freshMap("ARR01");
     EXPECT_EQ(pblm.setKeyValue(record("ARR01", "disk").c_str(), {"abc"}, "ARR01"), 0);
     EXPECT_TRUE(map->used.test(0));
-    EXPECT_THAT(trace.all(), Contains(TracedLine{6, "CFiPblmOps::setKeyValue has set lun num [0] "
-                                                    "in the lun map.\n"}));
+    EXPECT_THAT(trace.all(), Contains(written(0)));
 }
 
 TEST_F(PblmTest, WritesARecordOfNoEnclosure) {
@@ -719,9 +702,8 @@ TEST_F(PblmTest, WritesARecordOfNoEnclosure) {
     EXPECT_EQ(pblm.setKeyValue(path.c_str(), {"12"}, nullptr), 0);
     EXPECT_EQ(readFile(path), "12");
     EXPECT_TRUE(map->used.none());
-    EXPECT_THAT(trace.all(),
-                ElementsAre(TracedLine{2, "CFiPblmOps::setKeyValue : No entry to be set in the "
-                                          "bit Map because enclosureId is passed as NULL.\n"}));
+    EXPECT_EQ(trace.all(), (Lines{{2, "CFiPblmOps::setKeyValue : No entry to be set in the bit Map "
+                                      "because enclosureId is passed as NULL.\n"}}));
 }
 
 TEST_F(PblmTest, WritesARecordWithoutAMap) {
@@ -732,29 +714,28 @@ TEST_F(PblmTest, WritesARecordWithoutAMap) {
     EXPECT_EQ(readFile(path), "12");
     const std::vector<TracedLine> lines = trace.all();
     ASSERT_THAT(lines, SizeIs(4));
-    EXPECT_EQ(lines.back(), (TracedLine{6, "CFiPblmOps::setKeyValue : No bit Map for the "
-                                           "enclosureId=[ARR01].\n"}));
+    EXPECT_EQ(
+        lines.back(),
+        (TracedLine{6, "CFiPblmOps::setKeyValue : No bit Map for the enclosureId=[ARR01].\n"}));
 }
 
 TEST_F(PblmTest, MarksNothingWhenTheRecordCannotBeOpened) {
     lunNum* const map = freshMap("ARR01");
     const std::string path = record("ARR02", "disk");
     EXPECT_EQ(pblm.setKeyValue(path.c_str(), {"12"}, "ARR01"), 26);
-    EXPECT_THAT(trace.all(),
-                ElementsAre(TracedLine{1, "CFiPblmOps::setKeyValue ERROR: fopen failure file=[" +
-                                              path + "]\n"}));
+    EXPECT_EQ(trace.all(),
+              (Lines{{1, "CFiPblmOps::setKeyValue ERROR: fopen failure file=[" + path + "]\n"}}));
     EXPECT_EQ(pblm.setKeyValue(nullptr, {"12"}, "ARR01"), 26);
-    EXPECT_THAT(trace.all(), ElementsAre(TracedLine{
-                                 1, "CFiPblmOps::setKeyValue ERROR: fopen failure file=[NULL]\n"}));
+    EXPECT_EQ(trace.all(),
+              (Lines{{1, "CFiPblmOps::setKeyValue ERROR: fopen failure file=[NULL]\n"}}));
     EXPECT_TRUE(map->used.none());
 }
 
 TEST_F(PblmTest, MarksNothingWhenTheRecordCannotBeWritten) {
     lunNum* const map = freshMap("ARR01");
     EXPECT_EQ(pblm.setKeyValue("/dev/full", {"12"}, "ARR01"), 26);
-    EXPECT_THAT(trace.all(),
-                ElementsAre(TracedLine{
-                    1, "CFiPblmOps::setKeyValue ERROR: fputs failure with file=[/dev/full]\n"}));
+    EXPECT_EQ(trace.all(),
+              (Lines{{1, "CFiPblmOps::setKeyValue ERROR: fputs failure with file=[/dev/full]\n"}}));
     EXPECT_TRUE(map->used.none());
 }
 
@@ -762,10 +743,8 @@ TEST_F(PblmTest, NoValueIsAFailedWrite) {
     lunNum* const map = freshMap("ARR01");
     const std::string path = record("ARR01", "disk");
     EXPECT_EQ(pblm.setKeyValue(path.c_str(), {}, "ARR01"), 26);
-    EXPECT_THAT(trace.all(),
-                ElementsAre(TracedLine{1, "CFiPblmOps::setKeyValue ERROR: fputs failure with "
-                                          "file=[" +
-                                              path + "]\n"}));
+    EXPECT_EQ(trace.all(), (Lines{{1, "CFiPblmOps::setKeyValue ERROR: fputs failure with file=[" +
+                                          path + "]\n"}}));
     EXPECT_TRUE(map->used.none());
 }
 
@@ -775,12 +754,7 @@ TEST_F(PblmTest, WritesTheRecordOfADevice) {
     lunNum* const map = freshMap("ENC7");
     const std::string udid = "UDID##acme##disk##ARR01##d1";
     EXPECT_EQ(pblm.setKeyValue(std::string("any"), udid.c_str(), std::string("ENC7"), 12), 0);
-    EXPECT_THAT(
-        trace.all(),
-        ElementsAre(TracedLine{3, "LUNNO passed to setKeyValue is [12]"},
-                    TracedLine{6, "CFiPblmOps::getEnclMap got Lun Map for enclId=[ENC7].\n"},
-                    TracedLine{6, "CFiPblmOps::setKeyValue has set lun num [12] in the lun "
-                                  "map.\n"}));
+    EXPECT_EQ(trace.all(), (Lines{passed(12), gotMap("ENC7"), written(12)}));
     EXPECT_EQ(readFile(cache("devHandle/ARR01/" + udid)), "12");
     EXPECT_TRUE(map->used.test(12));
     EXPECT_TRUE(std::filesystem::is_empty(directory("ENC7")));
@@ -794,8 +768,7 @@ TEST_F(PblmTest, WritesTheRecordOfADeviceWhateverTheNumber) {
         const std::string text = std::to_string(number);
         EXPECT_EQ(pblm.setKeyValue(std::string(), udid.c_str(), std::string("ARR01"), number), 0);
         EXPECT_EQ(readFile(cache("devHandle/ARR01/" + udid)), text);
-        EXPECT_THAT(trace.all(),
-                    Contains(TracedLine{3, "LUNNO passed to setKeyValue is [" + text + "]"}));
+        EXPECT_THAT(trace.all(), Contains(passed(number)));
     }
     EXPECT_TRUE(map->used.none());
 }
@@ -804,7 +777,7 @@ TEST_F(PblmTest, AMalformedDeviceLeavesAnException) {
     freshMap("ARR01");
     EXPECT_THROW(pblm.setKeyValue(std::string(), "no identifier", std::string("ARR01"), 12),
                  CFiUdidException);
-    EXPECT_THAT(trace.all(), ElementsAre(TracedLine{3, "LUNNO passed to setKeyValue is [12]"}));
+    EXPECT_EQ(trace.all(), (Lines{passed(12)}));
     EXPECT_TRUE(mapOf("ARR01")->used.none());
 }
 
@@ -816,11 +789,7 @@ TEST_F(PblmTest, ResetsANumber) {
     map->used.set(12).set(13);
     EXPECT_EQ(pblm.resetLunNum("arr01", 12), 0);
     EXPECT_EQ(map->used, std::bitset<256>().set(13));
-    EXPECT_THAT(
-        trace.all(),
-        ElementsAre(
-            TracedLine{6, "CFiPblmOps::getEnclMap got Lun Map for enclId=[arr01].\n"},
-            TracedLine{6, "CFiPblmOps::resetLunNum has reset lun num [12] in the lun map.\n"}));
+    EXPECT_EQ(trace.all(), (Lines{gotMap("arr01"), released(12)}));
     EXPECT_EQ(readFile(path), "12") << "no file is touched";
     EXPECT_EQ(pblm.resetLunNum("ARR01", 12), 0) << "a free number stays free";
 }
@@ -831,9 +800,7 @@ TEST_F(PblmTest, ResetsOnlyNumbersOfTheRange) {
     pblm.setLunNumRange(10, 20);
     for (const unsigned int number : {0U, 9U, 21U, 255U, 256U, 4294967295U}) {
         EXPECT_EQ(pblm.resetLunNum("ARR01", number), 26);
-        EXPECT_THAT(
-            trace.all(),
-            ElementsAre(TracedLine{6, "CFiPblmOps::getEnclMap got Lun Map for enclId=[ARR01].\n"}));
+        EXPECT_EQ(trace.all(), (Lines{gotMap("ARR01")}));
     }
     EXPECT_TRUE(map->used.all());
     EXPECT_EQ(pblm.resetLunNum("ARR01", 10), 0);
@@ -843,8 +810,7 @@ TEST_F(PblmTest, ResetsOnlyNumbersOfTheRange) {
 
 TEST_F(PblmTest, ResetsNothingWithoutAMap) {
     EXPECT_EQ(pblm.resetLunNum(nullptr, 12), 26);
-    EXPECT_THAT(trace.all(), ElementsAre(TracedLine{
-                                 6, "CFiPblmOps::getEnclMap No Lun Map for enclId=[NULL].\n"}));
+    EXPECT_EQ(trace.all(), (Lines{noMap("NULL")}));
 }
 
 TEST_F(PblmTest, RemovesARecord) {
@@ -853,33 +819,32 @@ TEST_F(PblmTest, RemovesARecord) {
     trace.all();
     EXPECT_EQ(pblm.rmCacheRecord(path.c_str()), 0);
     EXPECT_FALSE(std::filesystem::exists(path));
-    EXPECT_THAT(trace.all(), ElementsAre(TracedLine{3, "INFO:CFiPblmOps::rmCacheRecord file=[" +
-                                                           path + "] removed successfully"}));
+    EXPECT_EQ(trace.all(), (Lines{removed(path)}));
     EXPECT_TRUE(map->used.test(12)) << "no map is touched";
 }
 
 TEST_F(PblmTest, HasNothingToRemoveWithoutAName) {
     for (const char* path : {static_cast<const char*>(nullptr), ""}) {
         EXPECT_EQ(pblm.rmCacheRecord(path), 0);
-        EXPECT_THAT(trace.all(),
-                    ElementsAre(TracedLine{3, "INFO:CFiPblmOps::rmCacheRecord - key is empty, "
-                                              "nothing to remove."}));
+        EXPECT_EQ(
+            trace.all(),
+            (Lines{{3, "INFO:CFiPblmOps::rmCacheRecord - key is empty, nothing to remove."}}));
     }
 }
 
 TEST_F(PblmTest, RemovesNothingButRecords) {
     addEmptyDirectory("ARR01");
-    const std::string missing = record("ARR01", "missing");
-    // Looks like a file and cannot be removed, not even by root.
-    for (const std::string& path :
-         {missing, directory("ARR01"), std::string("/proc/self/status")}) {
+    const std::string pipe = record("ARR01", "pipe");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    // A file that not even root can remove.
+    const std::string kept = "/proc/self/status";
+    for (const std::string& path : {record("ARR01", "missing"), directory("ARR01"), pipe, kept}) {
         EXPECT_EQ(pblm.rmCacheRecord(path.c_str()), 26);
-        EXPECT_THAT(trace.all(),
-                    ElementsAre(TracedLine{3, "INFO:CFiPblmOps::rmCacheRecord failure for "
-                                              "removing file=[" +
-                                                  path + "]"}));
+        EXPECT_EQ(trace.all(),
+                  (Lines{{3, "INFO:CFiPblmOps::rmCacheRecord failure for removing file=[" + path +
+                                 "]"}}));
     }
-    EXPECT_TRUE(std::filesystem::is_directory(directory("ARR01")));
+    EXPECT_TRUE(std::filesystem::exists(pipe));
 }
 
 TEST_F(PblmTest, RemovesARecordThatHoldsTheNumber) {
@@ -914,15 +879,8 @@ TEST_F(PblmTest, RemovesAllRecordsOfANumber) {
     EXPECT_FALSE(std::filesystem::exists(second));
     EXPECT_EQ(readFile(other), "13");
     EXPECT_EQ(map->used, std::bitset<256>().set(13));
-    EXPECT_THAT(
-        trace.all(),
-        UnorderedElementsAre(
-            TracedLine{3,
-                       "INFO:CFiPblmOps::rmCacheRecord file=[" + first + "] removed successfully"},
-            TracedLine{3,
-                       "INFO:CFiPblmOps::rmCacheRecord file=[" + second + "] removed successfully"},
-            TracedLine{6, "CFiPblmOps::getEnclMap got Lun Map for enclId=[ARR01].\n"},
-            TracedLine{6, "CFiPblmOps::resetLunNum has reset lun num [12] in the lun map.\n"}));
+    EXPECT_THAT(trace.all(), UnorderedElementsAre(removed(first), removed(second), gotMap("ARR01"),
+                                                  released(12)));
 }
 
 TEST_F(PblmTest, ReleasesANumberThatHasNoRecord) {
@@ -943,9 +901,8 @@ TEST_F(PblmTest, ReleasesAllOf256Records) {
 TEST_F(PblmTest, ReleasesNothingWithoutAnEnclosure) {
     for (const char* enclosure : {static_cast<const char*>(nullptr), ""}) {
         EXPECT_EQ(pblm.rmLunCacheRecord(enclosure, 12), 26);
-        EXPECT_THAT(trace.all(),
-                    ElementsAre(TracedLine{3, "INFO:CFiPblmOps::rmLunCacheRecord - enclId is "
-                                              "empty, cannot identify the cache record."}));
+        EXPECT_EQ(trace.all(), (Lines{{3, "INFO:CFiPblmOps::rmLunCacheRecord - enclId is empty, "
+                                          "cannot identify the cache record."}}));
     }
 }
 
@@ -954,9 +911,8 @@ TEST_F(PblmTest, ReleasesOnlyNumbersOfTheRange) {
     const std::string path = addRecord("ARR01", "disk", "9");
     for (const unsigned int number : {9U, 21U, 256U}) {
         EXPECT_EQ(pblm.rmLunCacheRecord("ARR01", number), 26);
-        EXPECT_THAT(trace.all(),
-                    ElementsAre(TracedLine{1, "CFiPblmOps::rmLunCacheRecord invalid lun num [" +
-                                                  std::to_string(number) + "] specified.\n"}));
+        EXPECT_EQ(trace.all(), (Lines{{1, "CFiPblmOps::rmLunCacheRecord invalid lun num [" +
+                                              std::to_string(number) + "] specified.\n"}}));
     }
     EXPECT_EQ(readFile(path), "9");
 }
@@ -966,13 +922,13 @@ TEST_F(PblmTest, ReleasesNothingWithoutTheDirectory) {
     map->used.set(12);
     std::filesystem::remove(directory("ARR01"));
     EXPECT_EQ(pblm.rmLunCacheRecord("ARR01", 12), 26);
-    EXPECT_THAT(
+    EXPECT_EQ(
         trace.all(),
-        ElementsAre(TracedLine{1, "CFiPblmOps::refreshCache opendir failure for path=[" +
-                                      directory("ARR01") + "]."},
-                    TracedLine{1, "CFiPblmOps::refreshCache scanCache returned false."},
-                    TracedLine{1, "CFiPblmOps::rmLunCacheRecord refreshCache returned failure for "
-                                  "lun num [12].\n"}));
+        (Lines{
+            notOpened(directory("ARR01")),
+            notScanned,
+            {1,
+             "CFiPblmOps::rmLunCacheRecord refreshCache returned failure for lun num [12].\n"}}));
     EXPECT_TRUE(map->used.test(12));
 }
 
