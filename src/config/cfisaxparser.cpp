@@ -36,7 +36,7 @@ void appendUtf8(std::string& bytes, const XMLCh* chars, XMLSize_t length) {
     const std::size_t start = bytes.size();
     bytes.resize(start + length);
     XMLSize_t i = 0;
-    for (; i < length && U8_IS_SINGLE(chars[i]); ++i) {
+    for (; i < length && chars[i] < 0x80; ++i) {
         bytes[start + i] = static_cast<char>(chars[i]);
     }
     bytes.resize(start + i);
