@@ -120,6 +120,7 @@ struct Entity {
     std::string_view text;
 };
 
+// The ampersand is first: convertToXmlSpecialCharacters() relies on the order.
 constexpr Entity ENTITIES[] = {
     {'&', "&amp;"}, {'<', "&lt;"}, {'>', "&gt;"}, {'"', "&quot;"}, {'\'', "&#39;"},
 };
@@ -129,41 +130,15 @@ const char* seek(const char* from, const char* end, char c) {
     return found != nullptr ? static_cast<const char*>(found) : end;
 }
 
-// Walks the characters of a text that have an entity: one cursor for each kind, moved by memchr,
-// which passes 32 bytes at a step where a loop passes one.
-class SpecialCharacters {
-  public:
-    // The search for the first kind finds the text's end, too, and saves a strlen in a text without
-    // it: one scan of six.
-    explicit SpecialCharacters(const char* text) : next{strchrnul(text, ENTITIES[0].character)} {
-        end = *next[0] == '\0' ? next[0] : next[0] + std::strlen(next[0]);
-        for (std::size_t i = 1; i < std::size(ENTITIES); ++i) {
-            next[i] = seek(text, end, ENTITIES[i].character);
-        }
-        choose();
+using Cursors = const char * [std::size(ENTITIES)];
+
+std::size_t nearestOf(const Cursors& cursors) {
+    std::size_t nearest = 0;
+    for (std::size_t i = 1; i < std::size(cursors); ++i) {
+        nearest = cursors[i] < cursors[nearest] ? i : nearest;
     }
-
-    const char* current() const { return next[nearest]; }
-    bool atEnd() const { return current() == end; }
-    std::string_view entity() const { return ENTITIES[nearest].text; }
-
-    void advance() {
-        next[nearest] = seek(current() + 1, end, ENTITIES[nearest].character);
-        choose();
-    }
-
-  private:
-    void choose() {
-        nearest = 0;
-        for (std::size_t i = 1; i < std::size(ENTITIES); ++i) {
-            nearest = next[i] < next[nearest] ? i : nearest;
-        }
-    }
-
-    const char* next[std::size(ENTITIES)];
-    const char* end;
-    std::size_t nearest;
-};
+    return nearest;
+}
 
 // The entity at an ampersand; the ampersand by itself when it begins none.
 const Entity& entityAt(const char* ampersand, const char* end) {
@@ -574,20 +549,28 @@ std::string CFiStringTool::xmlBracketValue(std::string name, std::string value) 
            xmlBracket(name, false, true);
 }
 
+// One cursor for each special, moved by memchr, which passes 32 characters at a step where a loop
+// passes one. The search for the first finds the end of a text without it as well and saves a
+// strlen; such a text is copied at its exact size, which malloc serves faster.
 std::string CFiStringTool::convertToXmlSpecialCharacters(const std::string& text) {
     const char* from = text.c_str();
-    SpecialCharacters special(from);
-    if (special.atEnd()) {
-        return std::string(from, special.current());
+    const char* const ampersand = strchrnul(from, '&');
+    const char* const end = ampersand + std::strlen(ampersand);
+    Cursors next = {ampersand, seek(from, end, '<'), seek(from, end, '>'), seek(from, end, '"'),
+                    seek(from, end, '\'')};
+    std::size_t nearest = nearestOf(next);
+    if (next[nearest] == end) {
+        return std::string(from, end);
     }
     std::string result;
-    result.reserve(text.size() + text.size() / 2);
-    while (!special.atEnd()) {
-        result.append(from, special.current()).append(special.entity());
-        from = special.current() + 1;
-        special.advance();
+    result.reserve(static_cast<std::size_t>(end - from) * 3 / 2);
+    while (next[nearest] != end) {
+        result.append(from, next[nearest]).append(ENTITIES[nearest].text);
+        from = next[nearest] + 1;
+        next[nearest] = seek(from, end, ENTITIES[nearest].character);
+        nearest = nearestOf(next);
     }
-    result.append(from, special.current());
+    result.append(from, end);
     return result;
 }
 
