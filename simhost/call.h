@@ -1,0 +1,76 @@
+// The framework's side of one call of an operation: turns a step's fields into C records.
+#ifndef KZFI_SIMHOST_CALL_H
+#define KZFI_SIMHOST_CALL_H
+
+#include <deque>
+#include <string>
+#include <vector>
+
+#include "host_context.h"
+#include "outcome.h"
+
+namespace kzfi_simhost {
+
+/// Everything that an adapter hands to the provider, alive until the call is over.
+///
+/// A field that is left out is harmless: the scenario's first node, an empty text or list, 0,
+/// false. A field that is null is a null pointer.
+class Call {
+  public:
+    Call(HostContext& newHost, const Json& newArguments) : host(newHost), arguments(newArguments) {}
+    Call(const Call&) = delete;
+    Call& operator=(const Call&) = delete;
+
+    kzfi_pdk_4_4::CFiPluginBase& provider() { return host.provider(); }
+
+    kfi_domain* node(const std::string& field = "node");
+    /// Node records of a NODES field.
+    std::vector<kfi_domain*>& nodes(const std::string& field);
+    /// Split nodes of a NODES field.
+    std::vector<kfi_splitnode*>& splits(const std::string& field = "nodes");
+    /// Sub-objects of a NODES field as a list; null when there are none.
+    kfi_node_subobj_list* subObjects(const std::string& field);
+    /// Hosts of a TEXTS field as a list; null when there are none.
+    kfi_host_infn* hosts(const std::string& field);
+    /// Object id of a TEXT field; left out: that of the first node.
+    kzfi_objid* object(const std::string& field);
+    /// Object ids of a TEXTS field; filled up with null pointers to at least this many.
+    std::vector<kzfi_objid*>& objects(const std::string& field, std::size_t least = 0);
+    char* text(const std::string& field);
+    /// Texts of a TEXTS field.
+    std::vector<char*>& texts(const std::string& field);
+    long number(const std::string& field, long otherwise = 0) const;
+    bool flag(const std::string& field) const;
+    /// A CHOICE field, or what stands for it when it is left out.
+    std::string choice(const std::string& field, const std::string& otherwise) const;
+    /// Whether the step has the field at all.
+    bool has(const std::string& field) const { return arguments.contains(field); }
+    /// Any field as the scenario has it; null when it is left out or null.
+    Json raw(const std::string& field) const;
+
+    HostContext& host;
+
+  private:
+    char* keep(const std::string& text);
+
+    const Json& arguments;
+    // Deques, as what was handed out must not move.
+    std::deque<std::vector<char>> keptTexts;
+    std::deque<std::vector<char*>> textLists;
+    std::deque<std::vector<kfi_domain*>> nodeLists;
+    std::deque<std::vector<kzfi_objid*>> objectLists;
+    std::deque<std::vector<kfi_splitnode*>> splitLists;
+    std::deque<kfi_splitnode> splitRecords;
+    std::deque<kfi_node_subobj_list> subObjectRecords;
+    std::deque<kfi_host_infn> hostRecords;
+};
+
+/// The size of a list as the framework's operations take it.
+template <class T>
+int countOf(const std::vector<T>& list) {
+    return static_cast<int>(list.size());
+}
+
+} // namespace kzfi_simhost
+
+#endif

@@ -1,0 +1,302 @@
+#include "child_run.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+
+#include "private_usr.h"
+#include "scenario.h"
+
+namespace kzfi_simhost {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+const int INTERNAL_ERROR = 70;
+
+// The child's own words beside those of the work.
+const char* const USR_EVENT = "privateUsr";
+const char* const END_EVENT = "end";
+
+[[noreturn]] void cannot(const std::string& what) {
+    throw CannotRun("cannot " + what + ": " + std::strerror(errno));
+}
+
+/// A descriptor that closes itself.
+class Descriptor {
+  public:
+    explicit Descriptor(int number) : fd(number) {}
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    ~Descriptor() { reset(); }
+
+    int get() const { return fd; }
+    void reset() {
+        if (fd >= 0) {
+            close(fd);
+        }
+        fd = -1;
+    }
+
+  private:
+    int fd;
+};
+
+/// A descriptor that becomes readable when the process ends.
+int openProcess(pid_t process) {
+    return static_cast<int>(syscall(SYS_pidfd_open, process, 0));
+}
+
+// ---- The child's side ----
+
+void redirect(const char* path, int flags, int target) {
+    const int fd = open(path, flags | O_CLOEXEC, 0666);
+    if (fd >= 0) {
+        dup2(fd, target);
+        close(fd);
+    }
+}
+
+void settleIn(pid_t parent, const EventWriter& events, const std::string& outputFile) {
+    setpgid(0, 0);
+    redirect("/dev/null", O_RDONLY, STDIN_FILENO);
+    redirect(outputFile.c_str(), O_WRONLY | O_CREAT | O_APPEND, STDOUT_FILENO);
+    dup2(STDOUT_FILENO, STDERR_FILENO);
+    events.send({{USR_EVENT, enterPrivateUsr()}});
+    // After the change of namespace, which takes the setting back.
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (getppid() != parent) {
+        _exit(INTERNAL_ERROR);
+    }
+}
+
+[[noreturn]] void runChild(const ChildWork& work, pid_t parent, const EventWriter& events,
+                           const std::string& outputFile) {
+    int status = 0;
+    try {
+        settleIn(parent, events, outputFile);
+        work(events);
+        events.send({{END_EVENT, true}});
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "kzfi-simhost: %s\n", e.what());
+        status = INTERNAL_ERROR;
+    }
+    std::fflush(nullptr);
+    _exit(status);
+}
+
+// ---- The caller's side ----
+
+/// Splits what comes out of the pipe into events.
+class EventReader {
+  public:
+    explicit EventReader(int descriptor) : pipe(descriptor) {}
+
+    /// Takes in what is there; false at the end of the line.
+    bool fill() {
+        char chunk[65536];
+        const ssize_t got = read(pipe, chunk, sizeof chunk);
+        if (got > 0) {
+            buffer.append(chunk, static_cast<std::size_t>(got));
+        }
+        return got > 0 || (got < 0 && (errno == EINTR || errno == EAGAIN));
+    }
+
+    /// The next whole event; false when there is none yet. What is no JSON is passed over: it can
+    /// only come from a provider that writes to descriptors which are not its own.
+    bool next(Json& event) {
+        for (;;) {
+            const std::size_t end = buffer.find('\n');
+            if (end == std::string::npos) {
+                return false;
+            }
+            event = Json::parse(buffer.substr(0, end), nullptr, false);
+            buffer.erase(0, end + 1);
+            if (event.is_object()) {
+                return true;
+            }
+        }
+    }
+
+  private:
+    int pipe;
+    std::string buffer;
+};
+
+/// Watches one child until it is gone.
+class Watch {
+  public:
+    Watch(pid_t child, int processFd, int pipe, const EventListener& eventListener,
+          double firstDeadline)
+        : pid(child),
+          process(processFd),
+          events(pipe),
+          pipeFd(pipe),
+          listener(eventListener) {
+        allow(firstDeadline);
+    }
+
+    ChildEnd run() {
+        while (waitForSomething()) {
+        }
+        drain();
+        // Before the child is reaped, so that its id cannot be another's.
+        kill(-pid, SIGKILL);
+        end.privateUsr = privateUsr;
+        int status = 0;
+        while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
+        }
+        judge(status);
+        return end;
+    }
+
+  private:
+    void allow(double seconds) {
+        deadline = Clock::now() + std::chrono::duration_cast<Clock::duration>(
+                                      std::chrono::duration<double>(seconds));
+    }
+
+    int millisecondsLeft() const {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+        return static_cast<int>(std::max<long>(0, std::min<long>(left.count(), 1000000)));
+    }
+
+    /// False when there is nothing more to wait for.
+    bool waitForSomething() {
+        pollfd watched[] = {{process, POLLIN, 0}, {lineOpen ? pipeFd : -1, POLLIN, 0}};
+        const int ready = poll(watched, 2, millisecondsLeft());
+        if (ready < 0) {
+            return errno == EINTR;
+        }
+        if (ready == 0) {
+            hung = Clock::now() >= deadline;
+            return !hung;
+        }
+        if (watched[1].revents != 0) {
+            lineOpen = events.fill();
+            deliver();
+        }
+        return watched[0].revents == 0;
+    }
+
+    /// What the child still said before it ended.
+    void drain() {
+        pollfd line = {pipeFd, POLLIN, 0};
+        while (lineOpen && poll(&line, 1, 0) > 0) {
+            lineOpen = events.fill();
+        }
+        deliver();
+    }
+
+    void deliver() {
+        for (Json event; events.next(event);) {
+            if (event.contains(USR_EVENT)) {
+                privateUsr = event[USR_EVENT].get<std::string>();
+            } else if (event.contains(END_EVENT)) {
+                done = true;
+            } else {
+                allow(listener(event));
+            }
+        }
+    }
+
+    void judge(int status) {
+        if (done) {
+            end.kind = ChildEnd::DONE;
+        } else if (hung) {
+            end.kind = ChildEnd::HUNG;
+        } else if (WIFSIGNALED(status)) {
+            end.kind = ChildEnd::KILLED;
+            end.code = WTERMSIG(status);
+        } else {
+            end.kind = ChildEnd::EXITED;
+            end.code = WEXITSTATUS(status);
+        }
+    }
+
+    const pid_t pid;
+    const int process;
+    EventReader events;
+    const int pipeFd;
+    const EventListener& listener;
+    Clock::time_point deadline;
+    std::string privateUsr = "the child ended too early";
+    bool lineOpen = true;
+    bool hung = false;
+    bool done = false;
+    ChildEnd end;
+};
+
+} // namespace
+
+void EventWriter::send(const Json& event) const {
+    const std::string line = oneLine(event) + "\n";
+    for (std::size_t sent = 0; sent < line.size();) {
+        const ssize_t written = write(pipe, line.data() + sent, line.size() - sent);
+        if (written < 0 && errno != EINTR) {
+            return; // The listener is gone, or the provider closed the line: the deadline tells.
+        }
+        sent += written > 0 ? static_cast<std::size_t>(written) : 0;
+    }
+}
+
+std::string ChildEnd::inWords() const {
+    switch (kind) {
+    case DONE:
+        return {};
+    case EXITED:
+        return "exited with status " + std::to_string(code);
+    case KILLED: {
+        const char* const name = sigabbrev_np(code);
+        return "was killed by " + (name != nullptr ? std::string("SIG") + name : "signal") + " (" +
+               strsignal(code) + ")";
+    }
+    case HUNG:
+        return "did not answer in time and was ended";
+    }
+    return {};
+}
+
+ChildEnd runInChild(const ChildWork& work, const EventListener& listener, double firstDeadline,
+                    const std::string& outputFile) {
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0) {
+        cannot("make a pipe");
+    }
+    const Descriptor readEnd(ends[0]);
+    Descriptor writeEnd(ends[1]);
+    std::fflush(nullptr);
+    const pid_t parent = getpid();
+    const pid_t child = fork();
+    if (child < 0) {
+        cannot("start a process");
+    }
+    if (child == 0) {
+        close(ends[0]);
+        runChild(work, parent, EventWriter(ends[1]), outputFile);
+    }
+    // Both sides do this, so that it is done whoever comes first.
+    setpgid(child, child);
+    writeEnd.reset();
+    const Descriptor process(openProcess(child));
+    if (process.get() < 0) {
+        kill(child, SIGKILL);
+        cannot("watch a process");
+    }
+    return Watch(child, process.get(), readEnd.get(), listener, firstDeadline).run();
+}
+
+} // namespace kzfi_simhost

@@ -1,0 +1,60 @@
+// Runs work in a child process and listens to what it tells, so that a crash, an exit or a hang of
+// the work never reaches the caller.
+#ifndef KZFI_SIMHOST_CHILD_RUN_H
+#define KZFI_SIMHOST_CHILD_RUN_H
+
+#include <functional>
+#include <string>
+
+#include "json.h"
+
+namespace kzfi_simhost {
+
+/// The child's end of the line: one JSON value a line.
+class EventWriter {
+  public:
+    explicit EventWriter(int descriptor) : pipe(descriptor) {}
+
+    void send(const Json& event) const;
+
+  private:
+    int pipe;
+};
+
+/// How a child came to its end.
+struct ChildEnd {
+    enum Kind {
+        DONE,   ///< the work came to its end
+        EXITED, ///< the process ended in the middle of the work
+        KILLED, ///< by a signal
+        HUNG    ///< it missed its deadline and was ended
+    };
+    Kind kind = DONE;
+    int code = 0;           ///< exit status or signal
+    std::string privateUsr; ///< why the child has no /usr of its own; empty when it has one
+
+    /// "exited with status 3", "was killed by SIGSEGV (Segmentation fault)"; empty for DONE.
+    std::string inWords() const;
+};
+
+/// What the child does.
+using ChildWork = std::function<void(const EventWriter&)>;
+
+/// Called for every event in the caller's process; returns the seconds within which the next event
+/// must come.
+using EventListener = std::function<double(const Json& event)>;
+
+/// Forks and runs work in the child: leader of a process group of its own, with a private /usr
+/// where the machine allows it, standard input empty, standard output and standard error appended
+/// to outputFile. Returns when the child and everything left in its process group is gone.
+///
+/// The caller must have one thread only. The child ends with the caller, and without running the
+/// handlers that the caller registered for its own exit. An exception that leaves work ends the
+/// child with status 70, its text in outputFile.
+/// Throws CannotRun when there is no child to be had.
+ChildEnd runInChild(const ChildWork& work, const EventListener& listener, double firstDeadline,
+                    const std::string& outputFile);
+
+} // namespace kzfi_simhost
+
+#endif

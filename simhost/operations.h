@@ -1,0 +1,51 @@
+// The operations of the plug-in base as the simulated host knows them: one entry each, with the
+// fields that a scenario may give it and the adapter that calls it.
+#ifndef KZFI_SIMHOST_OPERATIONS_H
+#define KZFI_SIMHOST_OPERATIONS_H
+
+#include <string>
+#include <vector>
+
+#include "outcome.h"
+
+namespace kzfi_simhost {
+
+class Call;
+
+/// What a field of a step holds, and so how the scenario's reader checks it.
+enum class FieldKind {
+    NODE,      ///< name of one of the scenario's nodes, or null
+    NODES,     ///< list of such names
+    TEXT,      ///< a text, or null
+    TEXTS,     ///< list of texts
+    NUMBER,    ///< a whole number
+    FLAG,      ///< true or false
+    CHOICE,    ///< one of the field's choices
+    PARAMETERS ///< map from parameter names to a text or a list of texts
+};
+
+struct Field {
+    std::string name;
+    FieldKind kind;
+    std::vector<std::string> choices = {};
+};
+
+/// One operation. The adapter builds the framework's records from the step's fields (each of them
+/// optional, harmless when left out), calls the provider, and turns the answer into an Outcome.
+struct Operation {
+    int number; ///< place in the plug-in base's order, from 1
+    std::string name;
+    std::vector<Field> fields;
+    /// Null for the destructor, which is never called as an operation.
+    Outcome (*call)(Call& call);
+};
+
+/// All of them, in the plug-in base's order.
+const std::vector<Operation>& operations();
+
+/// The operation of this name that can be called, or null.
+const Operation* findOperation(const std::string& name);
+
+} // namespace kzfi_simhost
+
+#endif

@@ -1,0 +1,43 @@
+// A run's report: as text for people while it goes on, and as JSON and JUnit files for machines.
+#ifndef KZFI_SIMHOST_REPORT_H
+#define KZFI_SIMHOST_REPORT_H
+
+#include <ostream>
+#include <string>
+
+#include "run.h"
+
+namespace kzfi_simhost {
+
+/// Writes a line for every stage, what was expected and what came where they differ, and a summary.
+class ConsoleReport {
+  public:
+    ConsoleReport(std::ostream& out, bool withColours) : stream(out), colours(withColours) {}
+
+    void begin(const Scenario& scenario, const HostRoot& root);
+    void stage(const Stage& stage);
+    void end(const RunReport& report);
+
+  private:
+    std::string coloured(const char* code, const std::string& text) const;
+    void label(const char* name, const std::string& value);
+    void difference(const Mismatch& mismatch);
+
+    std::ostream& stream;
+    const bool colours;
+    std::string scenarioFile;
+    std::size_t titleWidth = 0;
+};
+
+Json toJson(const RunReport& report);
+std::string toJunit(const RunReport& report);
+
+/// The text of a JSON report file.
+std::string jsonText(const Json& report);
+
+/// Writes a report file. Throws CannotRun.
+void writeReport(const std::string& path, const std::string& text);
+
+} // namespace kzfi_simhost
+
+#endif

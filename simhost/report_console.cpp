@@ -1,0 +1,128 @@
+#include <algorithm>
+#include <iomanip>
+
+#include "report.h"
+#include "text_tools.h"
+
+namespace kzfi_simhost {
+namespace {
+
+const char* const RED = "31";
+const char* const GREEN = "32";
+const char* const YELLOW = "33";
+const char* const BOLD = "1";
+
+const std::size_t WIDEST_TITLE = 60;
+const std::size_t COLUMN = 56;
+const char* const INDENT = "           ";
+
+const char* colourOf(Result result) {
+    switch (result) {
+    case Result::PASSED:
+        return GREEN;
+    case Result::NOT_RUN:
+        return YELLOW;
+    default:
+        return RED;
+    }
+}
+
+std::string shownResult(Result result) {
+    return result == Result::PASSED ? "ok" : wordFor(result);
+}
+
+std::string statusOf(const Stage& stage) {
+    return stage.outcome && stage.outcome->status ? std::to_string(*stage.outcome->status) : "-";
+}
+
+/// "3 failed, " for three.
+std::string counted(const RunReport& report, Result result) {
+    const std::size_t count = report.count(result);
+    return count == 0 ? "" : ", " + std::to_string(count) + " " + wordFor(result);
+}
+
+} // namespace
+
+std::string ConsoleReport::coloured(const char* code, const std::string& text) const {
+    return colours ? std::string("\033[") + code + "m" + text + "\033[0m" : text;
+}
+
+void ConsoleReport::label(const char* name, const std::string& value) {
+    stream << fitted(name, 10) << harmless(value) << "\n";
+}
+
+void ConsoleReport::begin(const Scenario& scenario, const HostRoot& root) {
+    scenarioFile = scenario.file;
+    for (const Step& step : scenario.steps) {
+        titleWidth = std::max(titleWidth, lengthOf(harmless(titleOf(step))));
+    }
+    titleWidth = std::min(std::max<std::size_t>(titleWidth, 12), WIDEST_TITLE);
+    label("scenario", scenario.file);
+    label("provider", scenario.provider);
+    label("root", root.path());
+    stream << "\n" << std::flush;
+}
+
+void ConsoleReport::stage(const Stage& stage) {
+    const bool ran = stage.result != Result::NOT_RUN;
+    stream << "  " << coloured(colourOf(stage.result), fitted(shownResult(stage.result), 9))
+           << fitted(harmless(stage.title), titleWidth) << "  " << std::setw(4)
+           << (ran ? statusOf(stage) : "") << "  " << std::setw(9)
+           << (ran ? timeText(stage.seconds) : "");
+    if (ran && stage.result != Result::PASSED && stage.line > 0) {
+        stream << "  " << scenarioFile << ":" << stage.line;
+    }
+    stream << "\n";
+    if (!stage.reason.empty()) {
+        stream << INDENT << stage.reason << "\n";
+    }
+    for (const Mismatch& mismatch : stage.mismatches) {
+        difference(mismatch);
+    }
+    if (!stage.note.empty()) {
+        stream << INDENT << stage.note << "\n";
+    }
+    stream << std::flush;
+}
+
+void ConsoleReport::difference(const Mismatch& mismatch) {
+    stream << INDENT << coloured(BOLD, harmless(mismatch.what)) << "\n"
+           << INDENT << fitted("expected", COLUMN) << "   actual\n";
+    const std::vector<std::string> rows =
+        sideBySide(harmless(mismatch.expected), harmless(mismatch.actual), COLUMN);
+    for (const std::string& row : rows) {
+        stream << INDENT << row << "\n";
+    }
+}
+
+void ConsoleReport::end(const RunReport& report) {
+    const auto excerpt = [&](const char* what, const std::vector<std::string>& lines) {
+        if (!lines.empty()) {
+            stream << "\n" << what << "\n";
+        }
+        for (const std::string& line : lines) {
+            stream << "  " << harmless(line) << "\n";
+        }
+    };
+    excerpt("last lines of the trace:", report.lastTrace);
+    excerpt("last lines of the provider's output:", report.lastOutput);
+    stream << "\n"
+           << coloured(report.passed() ? GREEN : RED, report.passed() ? "PASSED" : "FAILED") << "  "
+           << report.stages.size() << " steps: " << report.count(Result::PASSED) << " passed";
+    for (const Result result :
+         {Result::FAILED, Result::CRASHED, Result::EXITED, Result::HUNG, Result::NOT_RUN}) {
+        stream << counted(report, result);
+    }
+    stream << "; " << timeText(report.seconds()) << "\n";
+    label("trace", report.traceFile.empty() ? "none" : report.traceFile);
+    if (!report.outputFile.empty()) {
+        label("output", report.outputFile);
+    }
+    if (!report.privateUsr.empty()) {
+        label("/usr",
+              "not private, so the provider could change /usr/tarnex: " + report.privateUsr);
+    }
+    stream << std::flush;
+}
+
+} // namespace kzfi_simhost

@@ -1,0 +1,71 @@
+// A scenario's run, as seen from the command: what every stage came to.
+#ifndef KZFI_SIMHOST_RUN_H
+#define KZFI_SIMHOST_RUN_H
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host_root.h"
+#include "outcome.h"
+#include "scenario.h"
+
+namespace kzfi_simhost {
+
+enum class Result {
+    NOT_RUN, ///< something before it went wrong
+    PASSED,
+    FAILED,  ///< another answer than expected, or an exception
+    CRASHED, ///< a signal ended the provider's process
+    EXITED,  ///< the provider ended its process
+    HUNG     ///< no answer within the deadline
+};
+
+/// "passed", "failed", "crashed", "exited", "hung", "not run".
+const char* wordFor(Result result);
+
+/// Loading, a step, or whatever else a run goes through.
+struct Stage {
+    std::string title;
+    std::string operation;
+    int line = 0; ///< in the scenario; 0: none
+    double deadline = 0;
+    Expectation expect;
+
+    Result result = Result::NOT_RUN;
+    std::optional<Outcome> outcome;
+    double seconds = 0;
+    std::vector<Mismatch> mismatches;
+    std::string reason; ///< of a crash, an exit or a hang
+    std::string note;   ///< what is worth knowing though nothing failed
+};
+
+struct RunReport {
+    std::string scenario;
+    std::string provider;
+    std::string name;
+    std::string fimName;
+    std::string root;
+    std::string traceFile;  ///< empty: nothing was traced
+    std::string outputFile; ///< empty: the provider printed nothing
+    std::string privateUsr; ///< why there was none; empty when there was one
+    std::vector<Stage> stages;
+    std::vector<std::string> lastTrace;  ///< before a crash, an exit or a hang
+    std::vector<std::string> lastOutput; ///< likewise
+
+    bool passed() const;
+    std::size_t count(Result result) const;
+    double seconds() const;
+};
+
+/// Told of every stage as soon as it has a result.
+using StageListener = std::function<void(const Stage& stage)>;
+
+/// Runs the scenario in a child process. Throws CannotRun when the provider cannot be loaded.
+RunReport runScenario(const Scenario& scenario, const HostRoot& root,
+                      const StageListener& listener);
+
+} // namespace kzfi_simhost
+
+#endif

@@ -1,0 +1,68 @@
+// A scenario: which provider to load, what it finds in the host, and the calls it has to answer.
+#ifndef KZFI_SIMHOST_SCENARIO_H
+#define KZFI_SIMHOST_SCENARIO_H
+
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "outcome.h"
+
+namespace kzfi_simhost {
+
+/// The run cannot begin: what() is for people and names the file, and the line where there is one.
+class CannotRun : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+struct ScenarioTrace {
+    int level = 6;
+    std::string file; ///< empty: the provider's name + ".log"
+};
+
+struct ScenarioNode {
+    std::string name;
+    int type = 0;
+    std::vector<std::string> owner; ///< the nodes of its owner record, in order; empty: no owner
+    Json parameters = Json::object();
+};
+
+struct Step {
+    std::string operation;
+    Json arguments = Json::object(); ///< checked against the operation's fields
+    Expectation expect;
+    std::string title;
+    double deadline = 0; ///< seconds
+    int line = 0;
+};
+
+struct Scenario {
+    std::string file; ///< empty for a scenario that was not read from a file
+    std::string provider;
+    int providerLine = 0;
+    std::optional<std::string> name;
+    std::optional<std::string> fimName;
+    std::string language = "en";
+    std::string catalogues; ///< empty: none
+    int cataloguesLine = 0;
+    ScenarioTrace trace;
+    double deadline = 30;
+    std::vector<ScenarioNode> nodes;
+    std::vector<Step> steps;
+};
+
+/// Reads a scenario file; relative paths in it become relative to its folder. docs/scenario.md
+/// tells what it may hold. Throws CannotRun with "FILE:LINE: REASON".
+Scenario readScenario(const std::string& path);
+
+/// "FILE:LINE: REASON", the form of every complaint about a scenario.
+std::string at(const Scenario& scenario, int line, const std::string& reason);
+
+/// How the step is called in reports: its title, else the operation and its short fields.
+std::string titleOf(const Step& step);
+
+} // namespace kzfi_simhost
+
+#endif

@@ -1,0 +1,33 @@
+// Texts of a provider made fit to be shown.
+#ifndef KZFI_SIMHOST_TEXT_TOOLS_H
+#define KZFI_SIMHOST_TEXT_TOOLS_H
+
+#include <string>
+#include <vector>
+
+namespace kzfi_simhost {
+
+/// Characters, not bytes, in a UTF-8 text.
+std::size_t lengthOf(const std::string& text);
+
+/// The text with blanks up to width characters, or cut to it with "..." at its end.
+std::string fitted(const std::string& text, std::size_t width);
+
+/// The lines of a text; one empty line for the empty text.
+std::vector<std::string> linesOf(const std::string& text);
+
+/// The text as valid UTF-8 with control characters other than line ends as "\xNN", so that it can
+/// neither command a terminal nor break an XML file. Tabs become blanks.
+std::string harmless(const std::string& text);
+
+/// Two texts next to each other, line by line, each column width characters wide; between lines
+/// that differ stands "|".
+std::vector<std::string> sideBySide(const std::string& left, const std::string& right,
+                                    std::size_t width);
+
+/// A time for people: "0.4 ms", "1.25 s".
+std::string timeText(double seconds);
+
+} // namespace kzfi_simhost
+
+#endif

@@ -1,0 +1,238 @@
+#include "child_run.h"
+
+#include <gmock/gmock.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <stdexcept>
+#include <thread>
+
+#include "support/fixed_paths.h"
+#include "support/temp_dir.h"
+
+namespace {
+
+using namespace kzfi_simhost;
+using kzfi_tests::readFile;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+class ChildRunTest : public testing::Test {
+  protected:
+    ChildEnd run(const ChildWork& work, double deadline = 60) {
+        return runInChild(
+            work,
+            [&](const Json& event) {
+                heard.push_back(event);
+                return deadline;
+            },
+            deadline, output());
+    }
+
+    std::string output() const { return folder.path("output"); }
+
+    kzfi_tests::TempDir folder;
+    std::vector<Json> heard;
+};
+
+/// Whether a process is there and not just waiting to be buried.
+bool isAlive(const std::string& id) {
+    std::ifstream stat("/proc/" + id + "/stat");
+    std::string pid;
+    std::string name;
+    std::string state;
+    stat >> pid >> name >> state;
+    return !state.empty() && state != "Z" && state != "X";
+}
+
+bool diesSoon(const std::string& id) {
+    for (int i = 0; i < 500 && isAlive(id); ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return !isAlive(id);
+}
+
+TEST_F(ChildRunTest, TellsWhatTheWorkSaysInOrder) {
+    const ChildEnd end = run([](const EventWriter& events) {
+        events.send({{"a", 1}});
+        events.send({{"b", "two\nlines"}});
+    });
+    EXPECT_EQ(end.kind, ChildEnd::DONE);
+    EXPECT_EQ(end.inWords(), "");
+    EXPECT_THAT(heard, ElementsAre(Json({{"a", 1}}), Json({{"b", "two\nlines"}})));
+}
+
+TEST_F(ChildRunTest, BigAndBrokenTextsGetThrough) {
+    const std::string big(3000000, 'x');
+    run([&](const EventWriter& events) {
+        events.send({{"big", big}});
+        events.send({{"broken", "a\xff"}});
+    });
+    ASSERT_EQ(heard.size(), 2u);
+    EXPECT_EQ(heard[0]["big"], big);
+    EXPECT_EQ(heard[1]["broken"], "a\xEF\xBF\xBD");
+}
+
+TEST_F(ChildRunTest, TheWorkIsAnotherProcess) {
+    int touched = 0;
+    run([&](const EventWriter& events) {
+        touched = 1;
+        events.send({{"pid", getpid()}, {"group", getpgrp()}});
+    });
+    EXPECT_EQ(touched, 0);
+    ASSERT_EQ(heard.size(), 1u);
+    EXPECT_NE(heard[0]["pid"], getpid());
+    EXPECT_EQ(heard[0]["pid"], heard[0]["group"]);
+}
+
+TEST_F(ChildRunTest, WhatItPrintsGoesToTheOutputFile) {
+    run([](const EventWriter& events) {
+        std::puts("to the output");
+        std::fflush(stdout);
+        std::fputs("to the errors\n", stderr);
+        events.send({{"inputIsEmpty", std::getchar() == EOF}});
+    });
+    EXPECT_THAT(heard, ElementsAre(Json({{"inputIsEmpty", true}})));
+    EXPECT_EQ(readFile(output()), "to the output\nto the errors\n");
+}
+
+TEST_F(ChildRunTest, AnExitIsTold) {
+    const ChildEnd end = run([](const EventWriter& events) {
+        events.send({{"before", true}});
+        std::quick_exit(3);
+    });
+    EXPECT_EQ(end.kind, ChildEnd::EXITED);
+    EXPECT_EQ(end.code, 3);
+    EXPECT_EQ(end.inWords(), "exited with status 3");
+    EXPECT_EQ(heard.size(), 1u);
+}
+
+TEST_F(ChildRunTest, ASignalIsTold) {
+    const ChildEnd end = run([](const EventWriter&) { raise(SIGKILL); });
+    EXPECT_EQ(end.kind, ChildEnd::KILLED);
+    EXPECT_EQ(end.code, SIGKILL);
+    EXPECT_EQ(end.inWords(), "was killed by SIGKILL (Killed)");
+}
+
+TEST_F(ChildRunTest, AnEscapedExceptionEndsTheChild) {
+    const ChildEnd end = run([](const EventWriter&) { throw std::runtime_error("oops"); });
+    EXPECT_EQ(end.kind, ChildEnd::EXITED);
+    EXPECT_EQ(end.code, 70);
+    EXPECT_EQ(readFile(output()), "kzfi-simhost: oops\n");
+}
+
+TEST_F(ChildRunTest, AMissedDeadlineEndsTheChild) {
+    const auto started = std::chrono::steady_clock::now();
+    const ChildEnd end = run([](const EventWriter&) { pause(); }, 0.2);
+    EXPECT_EQ(end.kind, ChildEnd::HUNG);
+    EXPECT_EQ(end.inWords(), "did not answer in time and was ended");
+    const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - started;
+    EXPECT_GE(taken.count(), 0.2);
+    EXPECT_LT(taken.count(), 30);
+}
+
+TEST_F(ChildRunTest, EveryEventGivesNewTime) {
+    const ChildEnd end = run(
+        [](const EventWriter& events) {
+            for (int i = 0; i < 4; ++i) {
+                events.send({{"still", "here"}});
+                std::this_thread::sleep_for(std::chrono::milliseconds(400));
+            }
+        },
+        1.2);
+    EXPECT_EQ(end.kind, ChildEnd::DONE);
+    EXPECT_EQ(heard.size(), 4u);
+}
+
+TEST_F(ChildRunTest, TheWholeProcessGroupGoes) {
+    const ChildEnd end = run(
+        [](const EventWriter& events) {
+            const pid_t grandchild = fork();
+            if (grandchild == 0) {
+                signal(SIGTERM, SIG_IGN);
+                for (;;) {
+                    pause();
+                }
+            }
+            events.send({{"grandchild", grandchild}});
+            pause();
+        },
+        1);
+    EXPECT_EQ(end.kind, ChildEnd::HUNG);
+    ASSERT_EQ(heard.size(), 1u);
+    EXPECT_TRUE(diesSoon(std::to_string(heard[0]["grandchild"].get<int>())));
+}
+
+TEST_F(ChildRunTest, AGrandchildThatKeepsTheLineOpenDoesNotHoldUpTheEnd) {
+    const ChildEnd end = run([](const EventWriter& events) {
+        const pid_t grandchild = fork();
+        if (grandchild == 0) {
+            for (;;) {
+                pause();
+            }
+        }
+        events.send({{"grandchild", grandchild}});
+    });
+    EXPECT_EQ(end.kind, ChildEnd::DONE);
+    ASSERT_EQ(heard.size(), 1u);
+    EXPECT_TRUE(diesSoon(std::to_string(heard[0]["grandchild"].get<int>())));
+}
+
+TEST_F(ChildRunTest, AClosedLineIsNoEnd) {
+    const ChildEnd end = run([](const EventWriter& events) {
+        events.send({{"before", true}});
+        for (int fd = 3; fd < 256; ++fd) {
+            close(fd);
+        }
+        signal(SIGPIPE, SIG_IGN);
+        events.send({{"lost", true}});
+        std::quick_exit(5);
+    });
+    EXPECT_EQ(end.kind, ChildEnd::EXITED);
+    EXPECT_EQ(end.code, 5);
+    EXPECT_EQ(heard.size(), 1u);
+}
+
+TEST_F(ChildRunTest, TheChildHasAUsrOfItsOwn) {
+    KZFI_NEEDS_PRIVATE_USR();
+    const ChildEnd end = run([](const EventWriter& events) {
+        kzfi_tests::writeFile("/usr/tarnex/child", "was here");
+        events.send({{"written", readFile("/usr/tarnex/child")}});
+    });
+    EXPECT_EQ(end.privateUsr, "");
+    ASSERT_EQ(heard.size(), 1u);
+    EXPECT_EQ(heard[0]["written"], "was here");
+    EXPECT_EQ(access("/usr/tarnex/child", F_OK), -1);
+}
+
+TEST_F(ChildRunTest, TheChildEndsWithItsParent) {
+    const pid_t parent = fork();
+    if (parent == 0) {
+        std::ofstream ids(folder.path("id"));
+        runInChild(
+            [](const EventWriter& events) {
+                events.send({{"pid", getpid()}});
+                pause();
+            },
+            [&](const Json& event) {
+                ids << event["pid"].get<int>() << std::flush;
+                raise(SIGKILL);
+                return 60.0;
+            },
+            60, output());
+        std::quick_exit(0);
+    }
+    int status = 0;
+    waitpid(parent, &status, 0);
+    ASSERT_TRUE(WIFSIGNALED(status));
+    const std::string child = readFile(folder.path("id"));
+    ASSERT_NE(child, "");
+    EXPECT_TRUE(diesSoon(child));
+}
+
+} // namespace

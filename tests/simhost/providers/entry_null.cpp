@@ -1,0 +1,6 @@
+// Gives no provider.
+#include "cfipluginbase.h"
+
+extern "C" KZFI_PDK_API kzfi_pdk_4_4::CFiPluginBase* kzfi_create_provider(void) {
+    return nullptr;
+}

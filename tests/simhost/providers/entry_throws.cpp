@@ -1,0 +1,8 @@
+// Throws while it is made.
+#include <stdexcept>
+
+#include "cfipluginbase.h"
+
+extern "C" KZFI_PDK_API kzfi_pdk_4_4::CFiPluginBase* kzfi_create_provider(void) {
+    throw std::runtime_error("no licence");
+}

@@ -1,0 +1,128 @@
+// Misbehaves on demand: objctl does what its command says.
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <map>
+#include <stdexcept>
+#include <string>
+
+#include "cfipluginbase.h"
+
+using namespace kzfi_pdk_4_4;
+
+namespace {
+
+[[noreturn]] void sleepForEver() {
+    for (;;) {
+        pause();
+    }
+}
+
+/// Leaves a process behind that keeps all descriptors open; its id goes to standard output.
+void leaveProcess() {
+    const pid_t child = fork();
+    if (child == 0) {
+        sleepForEver();
+    }
+    std::printf("left %d\n", static_cast<int>(child));
+    std::fflush(stdout);
+}
+
+void litter() {
+    mkdir("/usr/tarnex", 0755);
+    mkdir("/usr/tarnex/stoneleaf", 0755);
+    close(open("/usr/tarnex/stoneleaf/litter", O_WRONLY | O_CREAT, 0644));
+    if (access("/usr/tarnex/stoneleaf/litter", F_OK) != 0) {
+        throw std::runtime_error("cannot litter");
+    }
+}
+
+void closeEverything() {
+    for (int fd = 3; fd < 1024; ++fd) {
+        close(fd);
+    }
+}
+
+void writeEverywhere() {
+    for (int fd = 3; fd < 64; ++fd) {
+        if (write(fd, "rubbish\n[1]\n", 12) < 0) {
+            continue;
+        }
+    }
+}
+
+const std::map<std::string, std::function<void()>> deeds = {
+    {"abort", [] { std::abort(); }},
+    {"segv", [] { raise(SIGSEGV); }},
+    {"kill", [] { raise(SIGKILL); }},
+    {"exit", [] { std::exit(3); }},
+    {"hang", [] { sleepForEver(); }},
+    {"throw", [] { throw std::out_of_range("too far"); }},
+    {"throw a number", [] { throw 42; }},
+    {"throw a kit error", [] { throw CFiError(5, "disk gone", "rogue.cpp", __LINE__, "objctl"); }},
+    {"leave a process", [] { leaveProcess(); }},
+    {"litter", [] { litter(); }},
+    {"close everything", [] { closeEverything(); }},
+    {"write everywhere", [] { writeEverywhere(); }},
+    {"print", [] { std::puts("printed by the provider"); }},
+};
+
+class Rogue : public CFiPluginBase {
+  public:
+    ~Rogue() override {
+        if (diesInDestructor) {
+            std::abort();
+        }
+    }
+
+    int objctl(tstring command, CFiObjctlArgs&) override {
+        const CFiTraceLogFunction scope(traceLog, __func__, __LINE__, __FILE__);
+        if (command == "leak") {
+            CFiSmartPtr<CFiPluginBase, CFiNullAllocator<CFiPluginBase>>* const leaked =
+                new CFiSmartPtr<CFiPluginBase, CFiNullAllocator<CFiPluginBase>>(this);
+            static_cast<void>(leaked);
+            return 0;
+        }
+        if (command == "die at the end") {
+            diesInDestructor = true;
+            return 0;
+        }
+        const auto deed = deeds.find(command.c_str());
+        if (deed == deeds.end()) {
+            return 6;
+        }
+        deed->second();
+        return 0;
+    }
+
+    /// Hangs where no command can be given, on the harmless call of a description.
+    int prePrepare(kfi_domain*) override {
+        if (std::getenv("ROGUE_HANGS") != nullptr) {
+            sleepForEver();
+        }
+        if (std::getenv("ROGUE_CRASHES") != nullptr) {
+            std::abort();
+        }
+        return 0;
+    }
+
+    int getSnapshotSetId(kfi_domain*, char** id) override {
+        static char text[] = "a \033[31mred\tset\n\xff";
+        *id = text;
+        return 0;
+    }
+
+  private:
+    bool diesInDestructor = false;
+};
+
+} // namespace
+
+extern "C" KZFI_PDK_API CFiPluginBase* kzfi_create_provider(void) {
+    return new Rogue;
+}

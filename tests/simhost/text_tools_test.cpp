@@ -1,0 +1,54 @@
+#include "text_tools.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using namespace kzfi_simhost;
+using testing::ElementsAre;
+
+TEST(TextToolsTest, LengthCountsCharacters) {
+    EXPECT_EQ(lengthOf(""), 0u);
+    EXPECT_EQ(lengthOf("abc"), 3u);
+    EXPECT_EQ(lengthOf("für"), 3u);
+    EXPECT_EQ(lengthOf("€😀"), 2u);
+}
+
+TEST(TextToolsTest, FittedFillsOrCuts) {
+    EXPECT_EQ(fitted("ab", 4), "ab  ");
+    EXPECT_EQ(fitted("abcd", 4), "abcd");
+    EXPECT_EQ(fitted("abcdefg", 6), "abc...");
+    EXPECT_EQ(fitted("üüüüüüü", 6), "üüü...");
+    EXPECT_EQ(fitted("abcdefg", 2), "ab");
+    EXPECT_EQ(fitted("", 0), "");
+}
+
+TEST(TextToolsTest, LinesEndAtLineEnds) {
+    EXPECT_THAT(linesOf(""), ElementsAre(""));
+    EXPECT_THAT(linesOf("a"), ElementsAre("a"));
+    EXPECT_THAT(linesOf("a\n"), ElementsAre("a"));
+    EXPECT_THAT(linesOf("a\n\nb"), ElementsAre("a", "", "b"));
+    EXPECT_THAT(linesOf("\n"), ElementsAre(""));
+}
+
+TEST(TextToolsTest, HarmlessTextCannotCommandATerminal) {
+    EXPECT_EQ(harmless("plain ü\n"), "plain ü\n");
+    EXPECT_EQ(harmless("\033[31mred\r\x7f"), "\\x1b[31mred\\x0d\\x7f");
+    EXPECT_EQ(harmless("a\tb"), "a    b");
+    EXPECT_EQ(harmless("bad \xff byte"), "bad \xEF\xBF\xBD byte");
+}
+
+TEST(TextToolsTest, SideBySideMarksWhatDiffers) {
+    EXPECT_THAT(sideBySide("same\nleft", "same\nright\nmore", 6),
+                ElementsAre("same     same", "left   | right", "       | more"));
+    EXPECT_THAT(sideBySide("abcdefgh", "abcdefgh", 6), ElementsAre("abc...   abc..."));
+}
+
+TEST(TextToolsTest, TimesAreReadable) {
+    EXPECT_EQ(timeText(0), "0.00 ms");
+    EXPECT_EQ(timeText(0.00123), "1.23 ms");
+    EXPECT_EQ(timeText(0.0123), "12 ms");
+    EXPECT_EQ(timeText(1.5), "1.50 s");
+}
+
+} // namespace
