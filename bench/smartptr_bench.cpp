@@ -1,4 +1,6 @@
-// Copy and release of a smart pointer against taking and dropping a bare count under a mutex.
+// Copy and release of a smart pointer against taking and dropping a bare count under a mutex: under
+// the kind that counted objects have, which is the floor, and under the C++ library's.
+#include <ace/Guard_T.h>
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
@@ -14,18 +16,19 @@ struct Counted : virtual CFiRefCount {};
 
 using CountedPtr = CFiSmartPtr<Counted, CFiNullAllocator<Counted>>;
 
+template <class Mutex, class Guard>
 void BM_BareCount(benchmark::State& state) {
-    std::mutex mutex;
+    Mutex mutex;
     std::uint32_t count = 1;
     benchmark::DoNotOptimize(&count);
     for (auto _ : state) {
         {
-            const std::lock_guard<std::mutex> guard(mutex);
+            Guard guard(mutex);
             ++count;
         }
         benchmark::ClobberMemory();
         {
-            const std::lock_guard<std::mutex> guard(mutex);
+            Guard guard(mutex);
             --count;
         }
         benchmark::ClobberMemory();
@@ -42,5 +45,6 @@ void BM_CopyAndRelease(benchmark::State& state) {
 
 } // namespace
 
-BENCHMARK(BM_BareCount);
+BENCHMARK_TEMPLATE(BM_BareCount, ACE_Thread_Mutex, ACE_Guard<ACE_Thread_Mutex>);
+BENCHMARK_TEMPLATE(BM_BareCount, std::mutex, std::lock_guard<std::mutex>);
 BENCHMARK(BM_CopyAndRelease);
