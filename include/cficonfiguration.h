@@ -4,8 +4,10 @@
 
 #include <ace/Configuration.h>
 
+#include <string>
 #include <vector>
 
+#include "cficredentials.h"
 #include "cfierrormgr.h"
 #include "cfitraceable.h"
 
@@ -80,7 +82,22 @@ class KZFI_PDK_API CFiConfiguration : public virtual CFiError, public virtual CF
     int getIntegerValue(const char* section, const char* name, unsigned int& value);
     int getStringValue(const char* section, const char* name, tstring& value);
 
+    /// The credentials that CFiCredentialsParser finds for vendor and product in the host's text,
+    /// followed by those of the sub-sections of section, which is created when missing. A
+    /// sub-section has the values "HOSTNAME", "USERNAME" and "PASSWORD", all three not empty;
+    /// vendor and product are not looked for in it. With openArray true only sub-sections with
+    /// "OPENARRAY" in their names count, with false only the others. Host name and user name
+    /// together, whatever their case, are added once. The section read last stays the current one.
+    ///
+    /// Passwords of the sub-sections appear in clear text in the trace log at level 3.
+    std::vector<SFiCredential> importCredentials(std::string vendor, std::string product,
+                                                 tstring section, bool openArray);
+
   private:
+    bool openCredentials(const ACE_Configuration_Section_Key& parent, const tstring& section,
+                         const tstring& name);
+    bool readCredential(const tstring& name, bool openArray, SFiCredential& credential);
+    void addIfNew(const SFiCredential& credential, std::vector<SFiCredential>& credentials);
     bool openHeap();
     void setPath(const char* dir, const char* file);
     int fail(int code, const char* text, int line, const char* function);

@@ -2,7 +2,11 @@
 
 #include <ace/Configuration_Import_Export.h>
 
+#include <algorithm>
+
+#include "cfistringtool.h"
 #include "diag/tracing.h"
+#include "host/credentialkeys.h"
 
 namespace kzfi_pdk_4_4 {
 
@@ -10,6 +14,10 @@ namespace {
 
 constexpr std::size_t SECTION_SIZE = 16;
 constexpr int NO_NAME = -1;
+
+bool equalButForCase(const tstring& a, const tstring& b) {
+    return CFiStringTool::CompareNoCase(CFiStringTool::tstr2str(a), CFiStringTool::tstr2str(b));
+}
 
 } // namespace
 
@@ -156,6 +164,88 @@ int CFiConfiguration::getStringValue(const char* section, const char* name, tstr
     ACE_Configuration_Section_Key key;
     const int status = openSection(section, key, 1);
     return status == 0 ? getStringValue(name, value) : status;
+}
+
+// ---- Credentials ----
+
+std::vector<SFiCredential> CFiConfiguration::importCredentials(std::string vendor,
+                                                               std::string product, tstring section,
+                                                               bool openArray) {
+    KZFI_TRACE_SCOPE(traceLog);
+    std::vector<SFiCredential> credentials;
+    CFiCredentialsParser parser;
+    parser.registerTraceLog(traceLog);
+    parser.parse(vendor, product, credentials, openArray);
+
+    ACE_Configuration_Section_Key key;
+    if (openSection(section.c_str(), key, 1) != 0) {
+        return credentials;
+    }
+    traceTo(traceLog, TRACE_INFO, "CFiConfiguration::importCredentials - inside opensection");
+    const std::vector<tstring> names = enumerateSections(key);
+    traceTo(traceLog, TRACE_INFO, "CFiConfiguration::importCredentials - found [%ld] subsections.",
+            static_cast<long>(names.size()));
+    for (const tstring& name : names) {
+        SFiCredential credential;
+        if (openCredentials(key, section, name) && readCredential(name, openArray, credential)) {
+            addIfNew(credential, credentials);
+        }
+    }
+    if (credentials.empty()) {
+        traceTo(traceLog, TRACE_WARNING, "WARNING: No credentials found for %s %s.", vendor.c_str(),
+                product.c_str());
+    } else {
+        traceTo(traceLog, TRACE_INFO, "INFO: %ld credentials found for %s %s.",
+                static_cast<long>(credentials.size()), vendor.c_str(), product.c_str());
+    }
+    return credentials;
+}
+
+bool CFiConfiguration::openCredentials(const ACE_Configuration_Section_Key& parent,
+                                       const tstring& section, const tstring& name) {
+    traceTo(traceLog, TRACE_INFO, "CFiConfiguration::importCredentials - opening subsection [%s].",
+            name.c_str());
+    ACE_Configuration_Section_Key key;
+    if (openSection(parent, name.c_str(), key, 0) != 0) {
+        traceTo(traceLog, TRACE_ERROR, "ERROR: [%s] Importing section [%s] failed.",
+                section.c_str(), name.c_str());
+        return false;
+    }
+    traceTo(traceLog, TRACE_INFO,
+            "CFiConfiguration::importCredentials -inside open subsection [%s].", name.c_str());
+    return true;
+}
+
+bool CFiConfiguration::readCredential(const tstring& name, bool openArray,
+                                      SFiCredential& credential) {
+    if ((name.find(OPENARRAY) != tstring::npos) != openArray) {
+        traceTo(traceLog, TRACE_INFO, "Skipping credentials section [%s]", name.c_str());
+        return false;
+    }
+    traceTo(traceLog, TRACE_INFO, "Importing credentials section [%s]", name.c_str());
+    getStringValue(KEY_HOSTNAME, credential.hostname);
+    getStringValue(KEY_USERNAME, credential.username);
+    getStringValue(KEY_PASSWORD, credential.password);
+    // The password in clear text on purpose: what was stored is looked up in the trace log.
+    traceTo(traceLog, TRACE_INFO, "Found cred.password as [%s].", credential.password.c_str());
+    traceTo(traceLog, TRACE_INFO, "Found cred.username as [%s].", credential.username.c_str());
+    traceTo(traceLog, TRACE_INFO, "Found cred.hostname as [%s].", credential.hostname.c_str());
+    return isComplete(credential);
+}
+
+void CFiConfiguration::addIfNew(const SFiCredential& credential,
+                                std::vector<SFiCredential>& credentials) {
+    // Misspelt on purpose: this is the text that is looked for.
+    traceTo(traceLog, TRACE_INFO, "Checking if credentails alreadt added for [%s]",
+            credential.username.c_str());
+    const bool listed = std::any_of(
+        credentials.begin(), credentials.end(), [&credential](const SFiCredential& other) {
+            return equalButForCase(other.hostname, credential.hostname) &&
+                   equalButForCase(other.username, credential.username);
+        });
+    if (!listed) {
+        credentials.push_back(credential);
+    }
 }
 
 } // namespace kzfi_pdk_4_4
