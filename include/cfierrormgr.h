@@ -13,6 +13,7 @@
 #include "cfismartptr.h"
 #include "kzfi_framework.h"
 #include "kzfi_pdk.h"
+#include "scf_statusmsg.h"
 
 namespace kzfi_pdk_4_4 {
 
@@ -132,6 +133,15 @@ class KZFI_PDK_API CFiErrorManager : public virtual CFiRefCount {
     void pushError(CFiMessagePtr message);
     /// Hands text to every handler in the order of registration; nothing is kept.
     void pushError(const char* text, kfi_eseverity severity);
+
+    /// Wraps a status message and the name of the resource that it is about into one line of XML,
+    /// a "CallbackMsg" document, and pushes that as plain text of severity 5. Without a message
+    /// held, and for a null resource, the part is left out. The message is percent-encoded,
+    /// resource is not even escaped: it has to be a plain name. Exceptions of the host's library
+    /// pass, with nothing pushed.
+    void reportStatusMsg(
+        Orvanta::Stoneleaf::Scf::AutoDereference<Orvanta::Stoneleaf::Scf::StatusMsg>& message,
+        const char* resource);
 
     /// The calling thread's last message, serialized; null when there is none. The record lives in
     /// the message, which the manager holds until the next push or delete on this thread.

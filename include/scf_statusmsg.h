@@ -82,19 +82,21 @@ struct XmlStr {
 /// The XML form of a status message.
 class KZFI_HOST_API StatusMsgXmlDoc {
   public:
-    /// statusMessage must not be null and must outlive the document.
+    /// statusMessage is not null, stays the caller's and outlives the document.
     explicit StatusMsgXmlDoc(StatusMsg* statusMessage);
     StatusMsgXmlDoc(const StatusMsgXmlDoc&) = delete;
     StatusMsgXmlDoc& operator=(const StatusMsgXmlDoc&) = delete;
     ~StatusMsgXmlDoc();
 
+    /// Appends the XML text to stream; a failure shows in the state of stream.
     void writeXml(std::ostream& stream, XmlStr::Encoding encoding);
 
   private:
     StatusMsg* message;
 };
 
-/// A percent-encoded copy of text, length bytes long, that the caller gives to free(); flags is 0.
+/// A percent-encoded copy of the length bytes of text, NUL-terminated, that the caller gives to
+/// free(); null when there is no memory. flags is 0.
 KZFI_HOST_API char* pathToURIEncoded(const char* text, std::size_t length, int flags);
 
 } // namespace Scf
