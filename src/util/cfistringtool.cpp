@@ -266,8 +266,8 @@ char* CFiStringTool::tstrdup(const tstring& text) {
     return duplicate(text.c_str(), std::strlen(text.c_str()));
 }
 
-// The elements come from the host and go through free(), kept so on purpose: the framework does the
-// same with such lists.
+// Elements from the host that go through free() are kept on purpose: its buffers are such as free()
+// accepts.
 char** CFiStringTool::tstrduplist(const std::vector<tstring>& texts) {
     char** list = static_cast<char**>(std::malloc((texts.size() + 1) * sizeof(char*)));
     if (list == nullptr) {
@@ -429,7 +429,7 @@ std::wstring CFiStringTool::binary2uid(unsigned int prefix, unsigned char* data,
 std::string CFiStringTool::str2uid(unsigned int prefix, const std::string& text) {
     std::string result = formatted("%04x", prefix);
     for (const char c : text) {
-        // Sign-extended on purpose, unlike binary2str: such identifiers are stored.
+        // Sign-extended, unlike binary2str: kept so on purpose.
         result += formatted("%02x", static_cast<unsigned int>(static_cast<signed char>(c)));
     }
     return result;
