@@ -2,6 +2,7 @@
 #ifndef CFISAXPARSER_H
 #define CFISAXPARSER_H
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <vector>
@@ -16,7 +17,9 @@ namespace kzfi_pdk_4_4 {
 
 namespace detail {
 class DocumentWatch;
-}
+template <class Data>
+class CFiParamList;
+} // namespace detail
 
 /// One SAX2 reader, set up for plain parsing without validation and namespaces.
 ///
@@ -57,6 +60,11 @@ class KZFI_PDK_API CFiSaxParser {
     void parse(const std::vector<std::string>& pieces);
 
   private:
+    template <class Data>
+    friend class detail::CFiParamList;
+
+    void parse(const char* bytes, std::size_t size);
+
     xercesc::DefaultHandler* handler;
     xercesc::SAX2XMLReader* reader;
     std::unique_ptr<detail::DocumentWatch> watch;

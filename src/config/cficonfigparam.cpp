@@ -32,18 +32,18 @@ Code codeOf(const char* const (&words)[Count], const std::string& word) {
 }
 
 void writeRange(std::string& xml, const CFiConfigParamInfo& info) {
-    openTag(xml, "dataRange");
-    valueTag(xml, "rangeMin", CFiStringTool::int2str(info.rangeMin));
-    valueTag(xml, "rangeMax", CFiStringTool::int2str(info.rangeMax));
-    closeTag(xml, "dataRange");
+    xml += "<dataRange>\n";
+    append(xml, {"\t<rangeMin>", "</rangeMin>\n"}, CFiStringTool::int2str(info.rangeMin));
+    append(xml, {"\t<rangeMax>", "</rangeMax>\n"}, CFiStringTool::int2str(info.rangeMax));
+    xml += "</dataRange>\n";
 }
 
 void writeSelection(std::string& xml, const CFiConfigParamInfo& info) {
-    openTag(xml, "selectionList");
+    xml += "<selectionList>\n";
     for (const std::string& item : info.selectionList) {
-        valueTag(xml, "selectionItem", item);
+        append(xml, {"\t<selectionItem>", "</selectionItem>\n"}, item);
     }
-    closeTag(xml, "selectionList");
+    xml += "</selectionList>\n";
 }
 
 bool hasRange(const CFiConfigParamInfo& info) {
@@ -56,15 +56,21 @@ bool hasRange(const CFiConfigParamInfo& info) {
 template <>
 struct ParamKind<CFiConfigParamInfo> {
     using Handler = CFiGetConfigParamListHandler;
-    static const char* list() { return "ConfigParamList"; }
-    static const char* entry() { return "ConfigParam"; }
+    static constexpr const char* LIST = "ConfigParamList";
+    static constexpr const char* ENTRY = "ConfigParam";
+    static constexpr std::string_view OPEN_LIST = "<ConfigParamList>\n";
+    static constexpr std::string_view CLOSE_LIST = "</ConfigParamList>\n";
+
     static void write(std::string& xml, const CFiConfigParamInfo& info) {
-        openTag(xml, entry());
-        valueTag(xml, "key", info.key);
-        valueTag(xml, "usageType", wordOf(USAGE_WORDS, info.usageType, "UNKNOWN"));
-        valueTag(xml, "messageId", info.messageId);
-        valueTag(xml, "isSharedParam", CFiStringTool::bool2str(info.isSharedParam));
-        valueTag(xml, "dataType", wordOf(TYPE_WORDS, info.dataType, "unknown"));
+        xml += "<ConfigParam>\n";
+        append(xml, {"\t<key>", "</key>\n"}, info.key);
+        append(xml, {"\t<usageType>", "</usageType>\n"},
+               wordOf(USAGE_WORDS, info.usageType, "UNKNOWN"));
+        append(xml, {"\t<messageId>", "</messageId>\n"}, info.messageId);
+        append(xml, {"\t<isSharedParam>", "</isSharedParam>\n"},
+               CFiStringTool::bool2str(info.isSharedParam));
+        append(xml, {"\t<dataType>", "</dataType>\n"},
+               wordOf(TYPE_WORDS, info.dataType, "unknown"));
         if (hasRange(info)) {
             writeRange(xml, info);
         }
@@ -72,16 +78,21 @@ struct ParamKind<CFiConfigParamInfo> {
         if (info.dataType == FI_DATA_STRING_LIST) {
             writeSelection(xml, info);
         }
-        valueTag(xml, "defaultValue", info.defaultValue);
-        closeTag(xml, entry());
+        append(xml, {"\t<defaultValue>", "</defaultValue>\n"}, info.defaultValue);
+        xml += "</ConfigParam>\n";
     }
 };
 
 template <>
 struct ParamKind<CFiConfigParamData> {
     using Handler = CFiConfigParamDataListHandler;
-    static const char* list() { return "ConfigValueList"; }
-    static const char* entry() { return "ConfigValue"; }
+    static constexpr const char* LIST = "ConfigValueList";
+    static constexpr const char* ENTRY = "ConfigValue";
+    static constexpr std::string_view OPEN_LIST = "<ConfigValueList>\n";
+    static constexpr std::string_view CLOSE_LIST = "</ConfigValueList>\n";
+    static constexpr std::string_view OPEN = "<ConfigValue>\n";
+    static constexpr std::string_view CLOSE = "</ConfigValue>\n";
+
     static void write(std::string& xml, const CFiConfigParamData& data) { writeValue(xml, data); }
 };
 

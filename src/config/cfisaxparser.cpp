@@ -1,5 +1,6 @@
 #include "cfisaxparser.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include <unicode/utf16.h>
@@ -31,19 +32,29 @@ void appendUtf8(std::string& bytes, UChar32 character) {
     bytes.append(encoded, length);
 }
 
-void appendUtf8(std::string& bytes, const XMLCh* chars, XMLSize_t length) {
-    // Nearly all text is ASCII, and this loop takes it several characters at a time.
-    const std::size_t start = bytes.size();
-    bytes.resize(start + length);
-    XMLSize_t i = 0;
-    for (; i < length && chars[i] < 0x80; ++i) {
-        bytes[start + i] = static_cast<char>(chars[i]);
+/// Appends the ASCII that the characters begin with, some at a time; returns how many there were.
+XMLSize_t appendAscii(std::string& bytes, const XMLCh* chars, XMLSize_t length) {
+    char ascii[128];
+    XMLSize_t count = 0;
+    const XMLSize_t most = std::min(length, sizeof(ascii));
+    while (count < most && chars[count] < 0x80) {
+        ascii[count] = static_cast<char>(chars[count]);
+        ++count;
     }
-    bytes.resize(start + i);
-    while (i < length) {
-        UChar32 character = 0;
-        U16_NEXT_OR_FFFD(chars, i, length, character);
-        appendUtf8(bytes, character);
+    bytes.append(ascii, count);
+    return count;
+}
+
+void appendUtf8(std::string& bytes, const XMLCh* chars, XMLSize_t length) {
+    XMLSize_t done = 0;
+    while (done < length) {
+        // Nearly all text is ASCII.
+        done += appendAscii(bytes, chars + done, length - done);
+        if (done < length && chars[done] >= 0x80) {
+            UChar32 character = 0;
+            U16_NEXT_OR_FFFD(chars, done, length, character);
+            appendUtf8(bytes, character);
+        }
     }
 }
 
@@ -138,16 +149,20 @@ void CFiSaxParser::setInputSchema(const char* schemaPath) {
 }
 
 void CFiSaxParser::parse(const std::string& text) {
+    parse(text.data(), text.size());
+}
+
+void CFiSaxParser::parse(const char* bytes, std::size_t size) {
     if (reader == nullptr) {
         if (handler != nullptr) {
             handler->fatalError(xercesc::SAXParseException(u"no reader", nullptr, SYSTEM_ID, 0, 0));
         }
         return;
     }
-    xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(text.data()), text.size(),
-                                      SYSTEM_ID, false);
+    xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(bytes), size, SYSTEM_ID,
+                                      false);
     source.setCopyBufToStream(false);
-    watch->begin(text.size(), handler);
+    watch->begin(size, handler);
     reader->parse(source);
 }
 

@@ -1,7 +1,6 @@
 #include "config/documentwatch.h"
 
 #include <xercesc/framework/XMLAttr.hpp>
-#include <xercesc/framework/XMLElementDecl.hpp>
 #include <xercesc/framework/XMLErrorCodes.hpp>
 #include <xercesc/internal/XMLReader.hpp>
 #include <xercesc/util/BinMemInputStream.hpp>
@@ -25,6 +24,9 @@ constexpr XMLSize_t EXPANSION_LIMIT = 1000;
 constexpr std::size_t CEILING_FACTOR = 64;
 constexpr std::size_t CEILING_BASE = 1024 * 1024;
 
+/// What a tag counts for, beside its attributes.
+constexpr std::size_t TAG_LENGTH = 8;
+
 /// Memory that a document may take before its next expansion, for each character of the ceiling:
 /// the reader's buffers hold two bytes a character and are doubled when full.
 constexpr std::size_t BYTES_FOR_CHARACTER = 4;
@@ -38,19 +40,30 @@ std::size_t blockSize() {
 
 } // namespace
 
-DocumentWatch::DocumentWatch() : errors(nullptr), lastBlock(nullptr), lastSize(0) {
+DocumentWatch::DocumentWatch()
+    : reader(nullptr),
+      looking(false),
+      errors(nullptr),
+      lastBlock(nullptr),
+      lastSize(0) {
     limits.setEntityExpansionLimit(EXPANSION_LIMIT);
     begin(0, nullptr);
 }
 
 DocumentWatch::~DocumentWatch() = default;
 
-void DocumentWatch::follow(xercesc::SAX2XMLReader& reader) {
-    reader.setProperty(xercesc::XMLUni::fgXercesSecurityManager, &limits);
-    reader.installAdvDocHandler(this);
+void DocumentWatch::follow(xercesc::SAX2XMLReader& watched) {
+    reader = &watched;
+    looking = false;
+    reader->setProperty(xercesc::XMLUni::fgXercesSecurityManager, &limits);
+    reader->setLexicalHandler(this);
 }
 
 void DocumentWatch::begin(std::size_t documentSize, xercesc::DefaultHandler* handler) {
+    if (looking) {
+        reader->removeAdvDocHandler(this);
+        looking = false;
+    }
     errors = handler;
     ceiling = CEILING_BASE + CEILING_FACTOR * documentSize;
     delivered = 0;
@@ -80,12 +93,17 @@ void DocumentWatch::deallocate(void* block) {
     XMLPlatformUtils::fgMemoryManager->deallocate(block);
 }
 
-void DocumentWatch::docCharacters(const XMLCh*, XMLSize_t length, bool) {
+void DocumentWatch::startDTD(const XMLCh*, const XMLCh*, const XMLCh*) {
+    reader->installAdvDocHandler(this);
+    looking = true;
+}
+
+void DocumentWatch::comment(const XMLCh*, XMLSize_t length) {
     deliver(length);
 }
 
-void DocumentWatch::docComment(const XMLCh* comment) {
-    deliver(XMLString::stringLen(comment));
+void DocumentWatch::docCharacters(const XMLCh*, XMLSize_t length, bool) {
+    deliver(length);
 }
 
 void DocumentWatch::docPI(const XMLCh* target, const XMLCh* data) {
@@ -96,11 +114,10 @@ void DocumentWatch::ignorableWhitespace(const XMLCh*, XMLSize_t length, bool) {
     deliver(length);
 }
 
-void DocumentWatch::startElement(const xercesc::XMLElementDecl& declaration, unsigned int,
-                                 const XMLCh*,
+void DocumentWatch::startElement(const xercesc::XMLElementDecl&, unsigned int, const XMLCh*,
                                  const xercesc::RefVectorOf<xercesc::XMLAttr>& attributes,
                                  XMLSize_t attributeCount, bool, bool) {
-    std::size_t length = XMLString::stringLen(declaration.getFullName());
+    std::size_t length = TAG_LENGTH;
     for (XMLSize_t i = 0; i < attributeCount; ++i) {
         length += XMLString::stringLen(attributes.elementAt(i)->getValue());
     }

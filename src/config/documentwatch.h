@@ -7,29 +7,32 @@
 #include <xercesc/framework/MemoryManager.hpp>
 #include <xercesc/framework/XMLDocumentHandler.hpp>
 #include <xercesc/sax2/DefaultHandler.hpp>
+#include <xercesc/sax2/LexicalHandler.hpp>
 #include <xercesc/sax2/SAX2XMLReader.hpp>
 #include <xercesc/util/SecurityManager.hpp>
 
 namespace kzfi_pdk_4_4::detail {
 
-/// Sits beside the content handler of one reader and in its memory, and ends a document that
-/// unfolds to far more than its own size, with a fatal error to the handler.
+/// Sits beside the handler of one reader and in its memory, and ends a document that unfolds to far
+/// more than its own size, with a fatal error to the handler.
 ///
-/// A document without a DOCTYPE cannot unfold and is never ended. The reader's own limit counts
-/// entities in content only; entities in the defaults of attributes and parameter entities would
-/// grow without bounds, and so would the memory for one long attribute. Hence the memory: nothing
-/// else of the reader is told of every expansion.
+/// A document without a DOCTYPE cannot unfold; its content is not even looked at. The reader's own
+/// limit counts entities in content only: entities in the defaults of attributes and parameter
+/// entities would grow without bounds, and so would the memory for one long attribute. Hence the
+/// memory: nothing else of the reader is told of every expansion.
 ///
 /// Must outlive the reader. What the reader throws does not depend on it.
-class DocumentWatch : public xercesc::MemoryManager, public xercesc::XMLDocumentHandler {
+class DocumentWatch : public xercesc::MemoryManager,
+                      public xercesc::LexicalHandler,
+                      public xercesc::XMLDocumentHandler {
   public:
     DocumentWatch();
     DocumentWatch(const DocumentWatch&) = delete;
     DocumentWatch& operator=(const DocumentWatch&) = delete;
     ~DocumentWatch() override;
 
-    /// Follows every document of reader, which was made with this as its memory manager.
-    void follow(xercesc::SAX2XMLReader& reader);
+    /// Watches over every document of watched, which was made with this as its memory manager.
+    void follow(xercesc::SAX2XMLReader& watched);
 
     /// A new document of this many bytes; errors go to handler, which may be null.
     void begin(std::size_t documentSize, xercesc::DefaultHandler* handler);
@@ -38,14 +41,21 @@ class DocumentWatch : public xercesc::MemoryManager, public xercesc::XMLDocument
     void* allocate(XMLSize_t size) override;
     void deallocate(void* block) override;
 
+    void startDTD(const XMLCh* name, const XMLCh* publicId, const XMLCh* systemId) override;
+    void comment(const XMLCh* chars, XMLSize_t length) override;
+    void endCDATA() override {}
+    void endDTD() override {}
+    void endEntity(const XMLCh*) override {}
+    void startCDATA() override {}
+    void startEntity(const XMLCh*) override {}
+
     void docCharacters(const XMLCh* chars, XMLSize_t length, bool cdataSection) override;
-    void docComment(const XMLCh* comment) override;
     void docPI(const XMLCh* target, const XMLCh* data) override;
     void ignorableWhitespace(const XMLCh* chars, XMLSize_t length, bool cdataSection) override;
     void startElement(const xercesc::XMLElementDecl& declaration, unsigned int uriId,
                       const XMLCh* prefix, const xercesc::RefVectorOf<xercesc::XMLAttr>& attributes,
                       XMLSize_t attributeCount, bool isEmpty, bool isRoot) override;
-
+    void docComment(const XMLCh*) override {}
     void endDocument() override {}
     void endElement(const xercesc::XMLElementDecl&, unsigned int, bool, const XMLCh*) override {}
     void endEntityReference(const xercesc::XMLEntityDecl&) override {}
@@ -60,6 +70,8 @@ class DocumentWatch : public xercesc::MemoryManager, public xercesc::XMLDocument
     void refuse();
 
     xercesc::SecurityManager limits;
+    xercesc::SAX2XMLReader* reader;
+    bool looking;
     xercesc::DefaultHandler* errors;
     std::size_t ceiling;
     std::size_t delivered;

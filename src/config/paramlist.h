@@ -6,6 +6,8 @@
 #define KZFI_CONFIG_PARAMLIST_H
 
 #include <string>
+#include <string_view>
+#include <tuple>
 #include <utility>
 
 #include "cficonfigparam.h"
@@ -14,23 +16,24 @@
 namespace kzfi_pdk_4_4::detail {
 
 /// What a list does not know of its entries, for one Entry:
-///     using Handler = ...;         the handler whose getList() gives a list of them
-///     static const char* list();   the name of the root element
-///     static const char* entry();  the name of an entry's element
-///     static void write(std::string& xml, const Entry& entry);  appends an entry's element
+///     using Handler = ...;                  whose list is one of them
+///     static constexpr const char* LIST, ENTRY = ...;   names of the root and of an entry's
+///     element static constexpr std::string_view OPEN_LIST, CLOSE_LIST, OPEN, CLOSE = ...;   their
+///     tags static void write(std::string& xml, const Entry& entry);   appends an entry's element
 template <class Entry>
 struct ParamKind;
 
+constexpr std::string_view HEADER = "<?xml version=\"1.0\" standalone=\"yes\" ?>\n";
+
 template <class Data>
 int CFiParamList<Data>::parse(const char* xml) {
-    // A copy first: xml may be this list's own text.
-    const std::string input(xml != nullptr ? xml : text.c_str());
-    text.set(input.data(), input.size(), true);
+    // Swapped in: xml may be this list's own text, which so lives on until the end.
+    tstring given(xml != nullptr ? xml : text.c_str());
+    text.swap(given);
     // Outside the try block: the handler must live longer than the error.
     typename ParamKind<Data>::Handler handler;
     try {
-        CFiSaxParser parser(&handler, nullptr);
-        parser.parse(input);
+        CFiSaxParser(&handler, nullptr).parse(text.c_str(), text.length());
         data.swap(handler.builtEntries());
     } catch (const xercesc::SAXParseException&) {
         return 3;
@@ -41,12 +44,16 @@ int CFiParamList<Data>::parse(const char* xml) {
 
 template <class Data>
 void CFiParamList<Data>::updateXML() {
-    std::string xml = "<?xml version=\"1.0\" standalone=\"yes\" ?>\n";
-    openTag(xml, ParamKind<Data>::list());
+    using Kind = ParamKind<Data>;
+    std::string xml;
+    // The new text is about as long as the old one; after a parse this is what was read.
+    xml.reserve(text.length() + HEADER.size());
+    xml += HEADER;
+    xml += Kind::OPEN_LIST;
     for (const auto& entry : data) {
-        ParamKind<Data>::write(xml, entry.second);
+        Kind::write(xml, entry.second);
     }
-    closeTag(xml, ParamKind<Data>::list());
+    xml += Kind::CLOSE_LIST;
     text.set(xml.data(), xml.size(), true);
 }
 
@@ -75,9 +82,12 @@ List& CFiParamListHandler<List>::getList() {
 
 template <class List>
 void CFiParamListHandler<List>::store() {
-    // Texts that the kit wrote come in the order of the map.
+    // Texts that the kit wrote come in the order of the map: there the end is the right place.
     auto& entries = list.entries();
-    entries.try_emplace(entries.end(), current.key)->second = std::move(current);
+    entries
+        .emplace_hint(entries.end(), std::piecewise_construct, std::forward_as_tuple(current.key),
+                      std::forward_as_tuple())
+        ->second = std::move(current);
     if (listHandedOut) {
         list.updateXML();
     }
@@ -105,11 +115,11 @@ void CFiValueListHandler<List>::endElement(const XMLCh*, const XMLCh*, const XML
         setValue();
     } else if (isNamed(qname, "key")) {
         this->current.key = this->content();
-    } else if (isNamed(qname, Kind::entry())) {
+    } else if (isNamed(qname, Kind::ENTRY)) {
         storeValue();
     } else if (isNamed(qname, "valueList")) {
         inValueList = false;
-    } else if (isNamed(qname, Kind::list())) {
+    } else if (isNamed(qname, Kind::LIST)) {
         finished = true;
     }
 }
@@ -132,23 +142,24 @@ void CFiValueListHandler<List>::storeValue() {
     this->current.key.clear();
 }
 
-/// Appends the element of one named value.
+/// Appends the element of one named value, between the tags of its kind.
 template <class Data>
 void writeValue(std::string& xml, const Data& data) {
-    openTag(xml, ParamKind<Data>::entry());
+    constexpr Leaf value = {"\t<value>", "</value>\n"};
+    xml += ParamKind<Data>::OPEN;
     // Always there and always empty: a value has no type of its own.
-    valueTag(xml, "dataType", std::string());
-    valueTag(xml, "key", data.key);
+    xml += "\t<dataType></dataType>\n";
+    append(xml, {"\t<key>", "</key>\n"}, data.key);
     if (data.valueList.empty()) {
-        valueTag(xml, "value", data.value);
+        append(xml, value, data.value);
     } else {
-        openTag(xml, "valueList");
-        for (const std::string& value : data.valueList) {
-            valueTag(xml, "value", value);
+        xml += "<valueList>\n";
+        for (const std::string& item : data.valueList) {
+            append(xml, value, item);
         }
-        closeTag(xml, "valueList");
+        xml += "</valueList>\n";
     }
-    closeTag(xml, ParamKind<Data>::entry());
+    xml += ParamKind<Data>::CLOSE;
 }
 
 /// One entry's element as a text of its own.

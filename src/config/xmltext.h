@@ -2,7 +2,9 @@
 #ifndef KZFI_CONFIG_XMLTEXT_H
 #define KZFI_CONFIG_XMLTEXT_H
 
+#include <cstring>
 #include <string>
+#include <string_view>
 
 #include <xercesc/util/XercesDefs.hpp>
 
@@ -19,17 +21,23 @@ inline bool isNamed(const XMLCh* qname, const char* name) {
     return *name == '\0' && *qname == 0;
 }
 
-/// A tag on a line of its own.
-inline void openTag(std::string& xml, const char* name) {
-    xml += CFiStringTool::xmlBracket(name, true, true);
-}
-inline void closeTag(std::string& xml, const char* name) {
-    xml += CFiStringTool::xmlBracket(name, false, true);
-}
+/// An element that holds one text, on a line of its own; the two literals are all that is written
+/// around the text, so that a list is one row of appends.
+struct Leaf {
+    std::string_view open;
+    std::string_view close;
+};
 
-/// An indented element on a line of its own, with its escaped value.
-inline void valueTag(std::string& xml, const char* name, const std::string& value) {
-    xml += CFiStringTool::xmlBracketValue(name, value);
+inline void append(std::string& xml, const Leaf& leaf, const std::string& text) {
+    xml += leaf.open;
+    // Most texts have nothing to escape and are spared a copy.
+    const std::size_t plain = std::strcspn(text.c_str(), "&<>\"'");
+    if (text.c_str()[plain] == '\0') {
+        xml.append(text, 0, plain);
+    } else {
+        xml += CFiStringTool::convertToXmlSpecialCharacters(text);
+    }
+    xml += leaf.close;
 }
 
 } // namespace kzfi_pdk_4_4::detail
