@@ -1,1 +1,77 @@
-#include <gtest/gtest.h>
+#include "describe.h"
+
+#include <gmock/gmock.h>
+
+#include "command.h"
+
+namespace {
+
+using kzfi_simhost::Json;
+using kzfi_tests::CommandResult;
+using kzfi_tests::readFile;
+using testing::ContainsRegex;
+using testing::HasSubstr;
+
+class DescribeTest : public testing::Test {
+  protected:
+    CommandResult describe(const std::string& provider, const std::string& setting = "") {
+        return simhost({"describe", KZFI_PROVIDERS "/" + provider + ".so", "--root",
+                        simhost.path("root"), "--deadline", "2", "--json",
+                        simhost.path("description.json")},
+                       setting);
+    }
+
+    Json operation(std::size_t number) {
+        return Json::parse(readFile(simhost.path("description.json")))["operations"][number - 1];
+    }
+
+    kzfi_tests::SimhostCommand simhost;
+};
+
+TEST_F(DescribeTest, AProviderWithoutNamesIsCalledAfterItsFile) {
+    const CommandResult result = describe("rogue");
+    EXPECT_EQ(result.status, 0) << result.out << result.err;
+    EXPECT_THAT(result.out, HasSubstr("name      rogue\nFIM name  (none)\n"));
+    EXPECT_THAT(result.out, Not(HasSubstr("parameters")));
+    EXPECT_EQ(operation(54)["name"], "prePrepare");
+    EXPECT_EQ(operation(54)["answer"]["status"], 0);
+}
+
+TEST_F(DescribeTest, ACrashDoesNotEndTheTable) {
+    const CommandResult result = describe("rogue", "ROGUE_CRASHES=1");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.out, ContainsRegex("\n +54  prePrepare +the provider's process was killed "
+                                          "by SIGABRT .Aborted.\n"));
+    EXPECT_EQ(operation(54)["result"], "crashed");
+    EXPECT_EQ(operation(53)["result"], "answered");
+    EXPECT_EQ(operation(55)["result"], "answered");
+    EXPECT_EQ(operation(83)["result"], "answered");
+    EXPECT_EQ(operation(5)["name"], "fini");
+    EXPECT_EQ(operation(5)["result"], "answered");
+    EXPECT_EQ(operation(15)["name"], "deInitNode");
+    EXPECT_EQ(operation(15)["result"], "answered");
+}
+
+TEST_F(DescribeTest, AHangDoesNotEndTheTable) {
+    EXPECT_EQ(describe("rogue", "ROGUE_HANGS=1").status, 1);
+    EXPECT_EQ(operation(54)["result"], "hung");
+    EXPECT_EQ(operation(55)["result"], "answered");
+}
+
+TEST_F(DescribeTest, AfterAFailedInitNothingIsCalled) {
+    const CommandResult result = describe("init_fails");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(operation(4)["answer"]["status"], 7);
+    EXPECT_EQ(operation(6)["result"], "not called");
+    EXPECT_EQ(operation(5)["result"], "not called");
+}
+
+TEST_F(DescribeTest, WhatCannotBeLoadedCannotBeDescribed) {
+    const CommandResult result = describe("entry_null");
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.err, "kzfi-simhost: the provider " KZFI_PROVIDERS
+                          "/entry_null.so cannot be loaded: its entry kzfi_create_provider gave "
+                          "no provider\n");
+}
+
+} // namespace
