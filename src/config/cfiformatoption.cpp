@@ -1,0 +1,45 @@
+#include "cfiformatoption.h"
+
+#include "config/paramlist.h"
+
+namespace kzfi_pdk_4_4 {
+
+namespace detail {
+
+template <>
+struct ParamKind<CFiFormatOption> {
+    using Handler = CFiFormatOptionListHandler;
+    static constexpr const char* LIST = "FormatOptionValueList";
+    static constexpr const char* ENTRY = "FormatOptionValue";
+    static constexpr std::string_view OPEN_LIST = "<FormatOptionValueList>\n";
+    static constexpr std::string_view CLOSE_LIST = "</FormatOptionValueList>\n";
+    static constexpr std::string_view OPEN = "<FormatOptionValue>\n";
+    static constexpr std::string_view CLOSE = "</FormatOptionValue>\n";
+
+    static void write(std::string& xml, const CFiFormatOption& option) { writeValue(xml, option); }
+};
+
+template class CFiParamList<CFiFormatOption>;
+template class CFiParamListHandler<CFiFormatOptionList>;
+template class CFiValueListHandler<CFiFormatOptionList>;
+
+} // namespace detail
+
+tstring CFiFormatOption::toXML() const {
+    return detail::entryXml(*this);
+}
+
+CFiFormatOptionList::CFiFormatOptionList() = default;
+CFiFormatOptionList::CFiFormatOptionList(const char* xml) {
+    parse(xml);
+}
+CFiFormatOptionList::~CFiFormatOptionList() = default;
+
+CFiFormatOption* CFiFormatOptionList::getParamData(const char* name) {
+    return lookUp(name);
+}
+
+CFiFormatOptionListHandler::CFiFormatOptionListHandler() = default;
+CFiFormatOptionListHandler::~CFiFormatOptionListHandler() = default;
+
+} // namespace kzfi_pdk_4_4
