@@ -1,0 +1,57 @@
+// The callback message that carries a status message of the host to the error handlers.
+#include <cstdlib>
+#include <memory>
+#include <new>
+#include <sstream>
+#include <string>
+
+#include "cfierrormgr.h"
+#include "scf_statusmsg.h"
+
+namespace kzfi_pdk_4_4 {
+
+namespace {
+
+using Orvanta::Stoneleaf::Scf::AutoDereference;
+using Orvanta::Stoneleaf::Scf::pathToURIEncoded;
+using Orvanta::Stoneleaf::Scf::StatusMsg;
+using Orvanta::Stoneleaf::Scf::StatusMsgXmlDoc;
+using Orvanta::Stoneleaf::Scf::XmlStr;
+
+constexpr kfi_eseverity STATUS_SEVERITY = 5;
+
+std::string xmlOf(StatusMsg* message) {
+    std::ostringstream xml;
+    StatusMsgXmlDoc(message).writeXml(xml, XmlStr::UTF_8);
+    return xml.str();
+}
+
+void appendEncoded(std::string& text, const std::string& plain) {
+    const std::unique_ptr<char, void (*)(void*)> encoded(
+        pathToURIEncoded(plain.c_str(), plain.size(), 0), std::free);
+    if (!encoded) {
+        throw std::bad_alloc();
+    }
+    text += encoded.get();
+}
+
+} // namespace
+
+void CFiErrorManager::reportStatusMsg(AutoDereference<StatusMsg>& message, const char* resource) {
+    std::string text = "<?xml version=\"1.0\" encoding=\"utf-8\"?><CallbackMsg>";
+    if (message) {
+        text += "<KfmsPercentEncodedStatusMsg>";
+        appendEncoded(text, xmlOf(message.get()));
+        text += "</KfmsPercentEncodedStatusMsg>";
+    }
+    if (resource != nullptr) {
+        text += "<KfmsResource>";
+        // Not escaped, on purpose.
+        text += resource;
+        text += "</KfmsResource>";
+    }
+    text += "</CallbackMsg>";
+    pushError(text.c_str(), STATUS_SEVERITY);
+}
+
+} // namespace kzfi_pdk_4_4
