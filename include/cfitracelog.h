@@ -13,6 +13,7 @@ namespace kzfi_pdk_4_4 {
 class CFiConfiguration;
 class CFiErrorManager;
 class TraceMessage;
+class TraceTime;
 
 /// The one diagnostic log of a plug-in context.
 ///
@@ -103,13 +104,15 @@ class KZFI_PDK_API CFiTraceLog : public virtual CFiRefCount {
     static int getKwfisTraceLevel(tstring& dir, tstring& file, int& level);
 
   private:
+    void traceEnabled(int level, const char* format, va_list arguments)
+        __attribute__((format(printf, 3, 0)));
     bool passesFilter(int level) const;
     bool errorManagerListens() const;
-    void writeLine(int level, const char* timestamp, const char* message);
+    void writeLine(int level, const TraceTime& time, const char* message);
     std::string pathOfDay(const std::string& date) const;
     bool startsDay(const std::string& date, const std::string& path);
-    void writeToFile(const std::string& line);
-    void pushToErrorManager(int level, const char* timestamp, const TraceMessage& message) const;
+    void writeToFile(const std::string& date, const std::string& line);
+    void pushToErrorManager(int level, const TraceTime& time, const TraceMessage& message) const;
     void createTraceFile();
     void importOwnConfiguration(CFiConfiguration& configuration) const;
 

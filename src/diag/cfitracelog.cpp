@@ -1,22 +1,24 @@
 #include "cfitracelog.h"
 
-#include <ace/ACE.h>
 #include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <charconv>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <ctime>
+#include <iterator>
 #include <new>
 
 #include "cfierrormgr.h"
 #include "diag/tracemessage.h"
+#include "diag/tracetime.h"
+#include "diag/tracing.h"
 #include "diag/verbose.h"
-#include "kzfi_portable.h"
 #include "util/file.h"
+#include "util/processid.h"
 
 namespace kzfi_pdk_4_4 {
 
@@ -27,30 +29,17 @@ constexpr char MAIN_CONFIG_PATH[] = KZFI_MAIN_CONFIG_DIR "/" KZFI_MAIN_CONFIG_FI
 constexpr int LEAST_VERBOSE = 9;
 // Room for more text beside the message in a copy for the error manager.
 constexpr std::size_t COPY_ROOM = 256;
+// Enough for what stands before the message of a line, and its line end.
+constexpr std::size_t HEAD_ROOM = 100;
 
-// Local date, MMDDYY, as in the names of trace files.
-std::string today() {
-    const std::time_t now = std::time(nullptr);
-    struct tm local = {};
-    K_localtime(&now, &local);
-    char text[40];
-    K_snprintf(text, sizeof text, "%02d%02d%02d", local.tm_mon + 1, local.tm_mday,
-               local.tm_year % 100);
-    return text;
+std::uint32_t threadId() {
+    return static_cast<std::uint32_t>(pthread_self());
 }
 
-class Timestamp {
-  public:
-    Timestamp() : valid(ACE::timestamp(buffer, sizeof buffer) != nullptr) {}
-    const char* text() const { return valid ? buffer : "<time error>"; }
-
-  private:
-    char buffer[128];
-    const bool valid;
-};
-
-std::string threadId() {
-    return std::to_string(static_cast<std::uint32_t>(pthread_self()));
+void appendNumber(std::string& text, std::uint32_t number) {
+    char digits[10];
+    char* const end = std::to_chars(digits, std::end(digits), number).ptr;
+    text.append(digits, static_cast<std::size_t>(end - digits));
 }
 
 kfi_eseverity severityOf(int level) {
@@ -96,7 +85,7 @@ void CFiTraceLog::unregisterLogHandler() {
 }
 
 void CFiTraceLog::createTraceFile() {
-    const std::string date = today();
+    const std::string date = TraceTime().date();
     const std::string path = pathOfDay(date);
     traceDate = date.c_str();
     tracePath = path.c_str();
@@ -127,25 +116,26 @@ void CFiTraceLog::vtrace(int level, const char* format, va_list arguments) {
     if (format == nullptr || *format == '\0' || !enabled) {
         return;
     }
+    try {
+        traceEnabled(level, format, arguments);
+    } catch (const std::bad_alloc&) {
+        // Without memory the line is dropped.
+    }
+}
+
+void CFiTraceLog::traceEnabled(int level, const char* format, va_list arguments) {
     const bool written = passesFilter(level);
     const bool pushed = errorManagerListens();
     if (!written && !pushed) {
         return;
     }
-    try {
-        const TraceMessage message(format, arguments);
-        if (message.text() == nullptr) {
-            return;
-        }
-        const Timestamp timestamp;
-        if (written) {
-            writeLine(level, timestamp.text(), message.text());
-        }
-        if (pushed) {
-            pushToErrorManager(level, timestamp.text(), message);
-        }
-    } catch (const std::bad_alloc&) {
-        // Without memory the line is dropped.
+    const TraceMessage message(format, arguments);
+    const TraceTime time;
+    if (written) {
+        writeLine(level, time, message.text());
+    }
+    if (pushed) {
+        pushToErrorManager(level, time, message);
     }
 }
 
@@ -163,29 +153,31 @@ bool CFiTraceLog::errorManagerListens() const {
     return errorManager && errorManager->hasHandlers();
 }
 
-void CFiTraceLog::writeLine(int level, const char* timestamp, const char* message) {
+void CFiTraceLog::writeLine(int level, const TraceTime& time, const char* message) {
     const LogHandler handler = logHandler;
-    std::string line(timestamp);
-    line += handler != nullptr ? ":" : " ";
-    line += "<Pid - " + std::to_string(getpid()) + " / Thread id - " + threadId() + "> ";
-    line += message;
+    std::string line;
+    line.reserve(HEAD_ROOM + std::strlen(message));
+    line.append(time.stamp()).append(handler != nullptr ? ":<Pid - " : " <Pid - ");
+    appendNumber(line, static_cast<std::uint32_t>(processId()));
+    line.append(" / Thread id - ");
+    appendNumber(line, threadId());
+    line.append("> ").append(message);
     if (handler != nullptr) {
         handler(line.c_str(), level);
         return;
     }
     line += '\n';
-    writeToFile(line);
+    writeToFile(time.date(), line);
     if (toStdout) {
         std::printf("%s:%s", ownerName.c_str(), line.c_str());
     }
 }
 
-void CFiTraceLog::writeToFile(const std::string& line) {
+void CFiTraceLog::writeToFile(const std::string& date, const std::string& line) {
     // A log that was only ever given a handler has no file; "/.MMDDYY" is not to be made.
     if (traceDir.is_empty() && traceFile.is_empty()) {
         return;
     }
-    const std::string date = today();
     const std::string path = pathOfDay(date);
     const bool linkRemoved = startsDay(date, path) && RemoveSymbolicLink(path.c_str()) == 0;
     // A link that appears behind the check of a day's first line is somebody's race: not followed.
@@ -218,13 +210,15 @@ bool CFiTraceLog::startsDay(const std::string& date, const std::string& path) {
     return changed;
 }
 
-void CFiTraceLog::pushToErrorManager(int level, const char* timestamp,
+void CFiTraceLog::pushToErrorManager(int level, const TraceTime& time,
                                      const TraceMessage& message) const {
     std::string copy;
     if (level != 7 && level != 8) {
         copy.append(ownerName.c_str(), ownerName.length());
-        copy.append(":").append(timestamp);
-        copy.append(" <Thread id - ").append(threadId()).append("> ");
+        copy.append(":").append(time.stamp());
+        copy.append(" <Thread id - ");
+        appendNumber(copy, threadId());
+        copy.append("> ");
     }
     const std::size_t length = std::strlen(message.text());
     copy.append(message.text(), length).append("\n");
@@ -236,9 +230,9 @@ void CFiTraceLog::pushToErrorManager(int level, const char* timestamp,
 
 bool IsSymbolicLink(const char* path) {
     struct stat status;
-    if (lstat(path, &status) != 0) {
+    if (lstat(orEmpty(path), &status) != 0) {
         // Also at the first line of every day, whose file is not there yet; kept so on purpose.
-        std::printf("Failed to lstat %s\n", path);
+        std::printf("Failed to lstat %s\n", orEmpty(path));
         return false;
     }
     return S_ISLNK(status.st_mode);

@@ -1,7 +1,5 @@
 #include "diag/tracemessage.h"
 
-#include <new>
-
 #include "kzfi_portable.h"
 
 namespace kzfi_pdk_4_4 {
@@ -41,11 +39,8 @@ TraceMessage::TraceMessage(const char* format, va_list arguments)
 }
 
 void TraceMessage::formatLarger(std::size_t newSize, const char* format, va_list arguments) {
-    larger.reset(new (std::nothrow) char[newSize]);
+    larger.reset(new char[newSize]);
     content = larger.get();
-    if (content == nullptr) {
-        return;
-    }
     size = newSize;
     larger[0] = '\0';
     va_list again;

@@ -11,7 +11,7 @@ namespace kzfi_pdk_4_4 {
 /// A formatted message. Up to 8190 characters are kept whole, of longer ones the first 1023; of a
 /// message that cannot be formatted, what came before the error.
 ///
-/// Errors: without memory for a long message text() is null.
+/// Errors: std::bad_alloc without memory for a long message.
 class TraceMessage {
   public:
     TraceMessage(const char* format, va_list arguments) __attribute__((format(printf, 2, 0)));

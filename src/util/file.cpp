@@ -1,11 +1,23 @@
 #include "util/file.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 
 namespace kzfi_pdk_4_4 {
+
+namespace {
+
+constexpr std::size_t ENDLESS_LIMIT = 64 * 1024;
+
+bool isRegular(const FileDescriptor& file) {
+    struct stat status;
+    return fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
+} // namespace
 
 FileDescriptor& FileDescriptor::operator=(FileDescriptor&& source) noexcept {
     if (this != &source) {
@@ -45,8 +57,11 @@ ssize_t readSome(const FileDescriptor& file, char* buffer, std::size_t size) {
 std::string readToEnd(const FileDescriptor& file) {
     std::string text;
     char buffer[4096];
-    for (ssize_t got = readSome(file, buffer, sizeof buffer); got > 0;
-         got = readSome(file, buffer, sizeof buffer)) {
+    while (text.size() < ENDLESS_LIMIT || isRegular(file)) {
+        const ssize_t got = readSome(file, buffer, sizeof buffer);
+        if (got <= 0) {
+            break;
+        }
         text.append(buffer, static_cast<std::size_t>(got));
     }
     return text;

@@ -36,7 +36,8 @@ FileDescriptor openFile(const char* path, int flags, mode_t mode = 0);
 ssize_t readSome(const FileDescriptor& file, char* buffer, std::size_t size);
 
 /// Reads from where file stands to its end. A failing read ends the text there; a directory, which
-/// can be opened but not read, gives the empty text.
+/// can be opened but not read, gives the empty text. Of a pipe or a device, which may never end, it
+/// takes the first 64 KB or little more.
 std::string readToEnd(const FileDescriptor& file);
 
 /// Opens path for appending as the stream mode "a+" does, creating it when missing; it never waits

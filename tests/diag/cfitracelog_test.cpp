@@ -1,13 +1,17 @@
 #include "cfitracelog.h"
 
+#include <ace/ACE.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 
 #include <algorithm>
+#include <cstring>
 #include <set>
 #include <stdexcept>
 #include <thread>
 
 #include "cfierrormgr.h"
+#include "failing_memory.h"
 #include "trace_fixture.h"
 
 using namespace kzfi_pdk_4_4;
@@ -92,15 +96,40 @@ TEST_F(CFiTraceLogTest, LineHasTimeProcessThreadAndMessage) {
               withoutTime(written()));
 }
 
-TEST_F(CFiTraceLogTest, TimeIsLocalTime) {
+TEST_F(CFiTraceLogTest, TimeIsWrittenAsACEWritesIt) {
     start(3);
-    log.trace(1, "x");
-    const std::time_t now = std::time(nullptr);
-    struct tm local;
-    char text[32];
-    std::strftime(text, sizeof text, "%Y-%m-%d %H:", localtime_r(&now, &local));
-    EXPECT_EQ(text, written().substr(0, 14));
-    EXPECT_EQ("12", written().substr(11, 2));
+    for (int line = 0; line < 100; ++line) {
+        fs::remove(traceFile());
+        char before[128];
+        char after[128];
+        ASSERT_NE(nullptr, ACE::timestamp(before, sizeof before));
+        log.trace(1, "x");
+        ASSERT_NE(nullptr, ACE::timestamp(after, sizeof after));
+        const std::string time = written().substr(0, written().find(" <Pid"));
+        EXPECT_EQ(std::strlen(before), time.size());
+        EXPECT_LE(before, time);
+        EXPECT_LE(time, after);
+    }
+    EXPECT_EQ(" 12:", written().substr(10, 4)) << "local time";
+}
+
+TEST_F(CFiTraceLogTest, ChildWritesItsOwnProcessId) {
+    start(3);
+    log.trace(1, "parent");
+    const pid_t child = fork();
+    if (child == 0) {
+        log.trace(1, "child");
+        _exit(0);
+    }
+    ASSERT_LT(0, child);
+    int status = -1;
+    ASSERT_EQ(child, waitpid(child, &status, 0));
+    EXPECT_EQ(0, status);
+    log.trace(1, "parent again");
+    EXPECT_THAT(written(), HasSubstr("<Pid - " + std::to_string(child) + " / Thread id - " +
+                                     threadId() + "> child\n"));
+    EXPECT_THAT(written(), HasSubstr(origin() + "parent\n"));
+    EXPECT_THAT(written(), HasSubstr(origin() + "parent again\n"));
 }
 
 TEST_F(CFiTraceLogTest, LinesFollowEachOther) {
@@ -177,6 +206,32 @@ TEST_F(CFiTraceLogTest, NulEndsTheMessage) {
     start(3);
     log.trace(1, "ab%ccd", '\0');
     EXPECT_THAT(messages(), ElementsAre("ab"));
+}
+
+TEST_F(CFiTraceLogTest, WithoutMemoryALineIsDroppedAndNothingElse) {
+    if (!kzfi_tests::canFailAllocations()) {
+        GTEST_SKIP() << "the sanitizer owns the allocator";
+    }
+    start(3);
+    linkErrorManager();
+    setMainFile("A = 1\n" + std::string(300, '#'));
+    const std::string text(5000, 'x');
+    int failing = 0;
+    for (bool failed = true; failed;) {
+        fs::remove(traceFile());
+        pushed.texts.clear();
+        kzfi_tests::failAllocation(++failing);
+        EXPECT_NO_THROW(log.trace(3, "%s", text.c_str()));
+        EXPECT_NO_THROW(log.trace(6, "%s", text.c_str()));
+        failed = kzfi_tests::allocationFailed();
+        if (fs::exists(traceFile())) {
+            EXPECT_THAT(messages(), ElementsAre(text));
+        }
+        EXPECT_GE(2U, pushed.texts.size());
+    }
+    EXPECT_LT(5, failing) << "several allocations were made to fail";
+    EXPECT_THAT(messages(), ElementsAre(text));
+    EXPECT_EQ(2U, pushed.texts.size());
 }
 
 // ---- Level ----

@@ -491,6 +491,13 @@ TEST_F(CFiTraceLogSettingsTest, PathThatDoesNotExistIsNoLink) {
     EXPECT_EQ(line + line, printed.text());
 }
 
+TEST_F(CFiTraceLogSettingsTest, NullPathCountsAsEmpty) {
+    Printed printed;
+    EXPECT_FALSE(IsSymbolicLink(nullptr));
+    EXPECT_EQ(0, RemoveSymbolicLink(nullptr));
+    EXPECT_EQ("Failed to lstat \nFailed to lstat \n", printed.text());
+}
+
 TEST_F(CFiTraceLogSettingsTest, OnlyALinkIsRemoved) {
     writeFile(temp.path("file"), "precious");
     fs::create_symlink(temp.path("file"), temp.path("link"));

@@ -120,6 +120,12 @@ TEST_F(VerboseTest, PipeHoldsNoKeyAndDoesNotWait) {
     EXPECT_EQ(UNTOUCHED, level);
 }
 
+TEST_F(VerboseTest, DeviceWithoutEndHoldsNoKey) {
+    std::filesystem::create_symlink("/dev/zero", temp.path("zeros"));
+    EXPECT_EQ(1, readFrom("zeros"));
+    EXPECT_EQ(UNTOUCHED, level);
+}
+
 TEST_F(VerboseTest, NoSlashIsPutBetweenDirectoryAndFile) {
     kzfi_tests::writeFile(temp.path("ab"), "VERBOSE = 5\n");
     tstring dir((temp.path() + "/a").c_str());

@@ -1,0 +1,33 @@
+#include "util/processid.h"
+
+#include <pthread.h>
+#include <unistd.h>
+
+#include <atomic>
+
+namespace kzfi_pdk_4_4 {
+
+namespace {
+
+std::atomic<pid_t> known(0);
+
+void forget() {
+    known = 0;
+}
+
+} // namespace
+
+pid_t processId() {
+    static const bool toldOfForks = pthread_atfork(nullptr, nullptr, &forget) == 0;
+    if (!toldOfForks) {
+        return getpid();
+    }
+    pid_t id = known;
+    if (id == 0) {
+        id = getpid();
+        known = id;
+    }
+    return id;
+}
+
+} // namespace kzfi_pdk_4_4
