@@ -26,6 +26,8 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 const int INTERNAL_ERROR = 70;
+// Some thirty years: more than the clock's own type could be too long for it.
+const double LONGEST_DEADLINE = 1e9;
 
 // The child's own words beside those of the work.
 const char* const USR_EVENT = "privateUsr";
@@ -148,25 +150,28 @@ class Watch {
           listener(eventListener) {
         allow(firstDeadline);
     }
+    Watch(const Watch&) = delete;
+    Watch& operator=(const Watch&) = delete;
+    /// Nothing is left behind, not even by a listener that throws.
+    ~Watch() {
+        endGroup();
+        reap();
+    }
 
     ChildEnd run() {
         while (waitForSomething()) {
         }
+        endGroup();
         drain();
-        // Before the child is reaped, so that its id cannot be another's.
-        kill(-pid, SIGKILL);
         end.privateUsr = privateUsr;
-        int status = 0;
-        while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
-        }
-        judge(status);
+        judge(reap());
         return end;
     }
 
   private:
     void allow(double seconds) {
-        deadline = Clock::now() + std::chrono::duration_cast<Clock::duration>(
-                                      std::chrono::duration<double>(seconds));
+        const std::chrono::duration<double> bounded(std::min(seconds, LONGEST_DEADLINE));
+        deadline = Clock::now() + std::chrono::duration_cast<Clock::duration>(bounded);
     }
 
     int millisecondsLeft() const {
@@ -213,6 +218,22 @@ class Watch {
         }
     }
 
+    /// Comes before the child is reaped, so that its id cannot be another's.
+    void endGroup() const {
+        if (pid > 0) {
+            kill(-pid, SIGKILL);
+        }
+    }
+
+    /// The child's wait status, once.
+    int reap() {
+        int status = 0;
+        while (pid > 0 && waitpid(pid, &status, 0) < 0 && errno == EINTR) {
+        }
+        pid = -1;
+        return status;
+    }
+
     void judge(int status) {
         if (done) {
             end.kind = ChildEnd::DONE;
@@ -227,7 +248,7 @@ class Watch {
         }
     }
 
-    const pid_t pid;
+    pid_t pid;
     const int process;
     EventReader events;
     const int pipeFd;

@@ -51,7 +51,8 @@ using EventListener = std::function<double(const Json& event)>;
 /// The caller must have one thread only. The child ends with the caller, and without running the
 /// handlers that the caller registered for its own exit. An exception that leaves work ends the
 /// child with status 70, its text in outputFile.
-/// Throws CannotRun when there is no child to be had.
+/// Throws CannotRun when there is no child to be had. What listener throws passes, and the child is
+/// gone by then.
 ChildEnd runInChild(const ChildWork& work, const EventListener& listener, double firstDeadline,
                     const std::string& outputFile);
 

@@ -24,14 +24,15 @@ using testing::HasSubstr;
 
 class ChildRunTest : public testing::Test {
   protected:
-    ChildEnd run(const ChildWork& work, double deadline = 60) {
+    /// With time enough for the first event, and deadline for each further one.
+    ChildEnd run(const ChildWork& work, double deadline = 60, double firstDeadline = 60) {
         return runInChild(
             work,
             [&](const Json& event) {
                 heard.push_back(event);
                 return deadline;
             },
-            deadline, output());
+            firstDeadline, output());
     }
 
     std::string output() const { return folder.path("output"); }
@@ -128,7 +129,7 @@ TEST_F(ChildRunTest, AnEscapedExceptionEndsTheChild) {
 
 TEST_F(ChildRunTest, AMissedDeadlineEndsTheChild) {
     const auto started = std::chrono::steady_clock::now();
-    const ChildEnd end = run([](const EventWriter&) { pause(); }, 0.2);
+    const ChildEnd end = run([](const EventWriter&) { pause(); }, 60, 0.2);
     EXPECT_EQ(end.kind, ChildEnd::HUNG);
     EXPECT_EQ(end.inWords(), "did not answer in time and was ended");
     const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - started;
@@ -141,10 +142,10 @@ TEST_F(ChildRunTest, EveryEventGivesNewTime) {
         [](const EventWriter& events) {
             for (int i = 0; i < 4; ++i) {
                 events.send({{"still", "here"}});
-                std::this_thread::sleep_for(std::chrono::milliseconds(400));
+                std::this_thread::sleep_for(std::chrono::milliseconds(700));
             }
         },
-        1.2);
+        2.5);
     EXPECT_EQ(end.kind, ChildEnd::DONE);
     EXPECT_EQ(heard.size(), 4u);
 }
@@ -208,6 +209,23 @@ TEST_F(ChildRunTest, TheChildHasAUsrOfItsOwn) {
     ASSERT_EQ(heard.size(), 1u);
     EXPECT_EQ(heard[0]["written"], "was here");
     EXPECT_EQ(access("/usr/tarnex/child", F_OK), -1);
+}
+
+TEST_F(ChildRunTest, NoChildIsLeftByAListenerThatThrows) {
+    std::string child;
+    EXPECT_THROW(runInChild(
+                     [](const EventWriter& events) {
+                         events.send({{"pid", getpid()}});
+                         pause();
+                     },
+                     [&](const Json& event) -> double {
+                         child = std::to_string(event["pid"].get<int>());
+                         throw std::runtime_error("enough");
+                     },
+                     60, output()),
+                 std::runtime_error);
+    ASSERT_NE(child, "");
+    EXPECT_FALSE(isAlive(child));
 }
 
 TEST_F(ChildRunTest, TheChildEndsWithItsParent) {

@@ -14,9 +14,10 @@ using testing::HasSubstr;
 
 class DescribeTest : public testing::Test {
   protected:
-    CommandResult describe(const std::string& provider, const std::string& setting = "") {
+    CommandResult describe(const std::string& provider, const std::string& setting = "",
+                           const std::string& deadline = "60") {
         return simhost({"describe", KZFI_PROVIDERS "/" + provider + ".so", "--root",
-                        simhost.path("root"), "--deadline", "2", "--json",
+                        simhost.path("root"), "--deadline", deadline, "--json",
                         simhost.path("description.json")},
                        setting);
     }
@@ -53,7 +54,7 @@ TEST_F(DescribeTest, ACrashDoesNotEndTheTable) {
 }
 
 TEST_F(DescribeTest, AHangDoesNotEndTheTable) {
-    EXPECT_EQ(describe("rogue", "ROGUE_HANGS=1").status, 1);
+    EXPECT_EQ(describe("rogue", "ROGUE_HANGS=1", "3").status, 1);
     EXPECT_EQ(operation(54)["result"], "hung");
     EXPECT_EQ(operation(55)["result"], "answered");
 }
