@@ -22,6 +22,8 @@ constexpr kfi_eseverity STATUS_SEVERITY = 5;
 
 std::string xmlOf(StatusMsg* message) {
     std::ostringstream xml;
+    // Else running out of memory would go unnoticed and cut the text short.
+    xml.exceptions(std::ostream::badbit);
     StatusMsgXmlDoc(message).writeXml(xml, XmlStr::UTF_8);
     return xml.str();
 }

@@ -16,7 +16,8 @@ namespace {
 // What the library is to do, and what it was asked.
 struct Library {
     std::string xml;
-    bool writerFails = false;
+    bool writerThrows = false;
+    bool streamBreaks = false;
     bool hasMemory = true;
 
     const void* message = nullptr;
@@ -43,8 +44,11 @@ StatusMsgXmlDoc::~StatusMsgXmlDoc() {
 
 void StatusMsgXmlDoc::writeXml(std::ostream& stream, XmlStr::Encoding encoding) {
     library.encoding = encoding;
-    if (library.writerFails) {
+    if (library.writerThrows) {
         throw std::runtime_error("writer");
+    }
+    if (library.streamBreaks) {
+        stream.setstate(std::ios::badbit);
     }
     stream << library.xml;
 }
@@ -117,8 +121,16 @@ TEST_F(OverriddenStatusMsg, IsNotAskedWithoutAMessage) {
 }
 
 TEST_F(OverriddenStatusMsg, PassesExceptionsAndPushesNothing) {
-    library.writerFails = true;
+    library.writerThrows = true;
     EXPECT_THROW(report(), std::runtime_error);
+    EXPECT_EQ(library.documents, 0);
+    EXPECT_THAT(handler.received, IsEmpty());
+}
+
+TEST_F(OverriddenStatusMsg, ThrowsWhenTheTextIsCutShort) {
+    library.xml = "<m/>";
+    library.streamBreaks = true;
+    EXPECT_THROW(report(), std::ios::failure);
     EXPECT_EQ(library.documents, 0);
     EXPECT_THAT(handler.received, IsEmpty());
 }
