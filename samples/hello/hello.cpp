@@ -15,6 +15,12 @@ const int MESSAGE_OFFSET = 1000;
 const int CANNOT_PREPARE = MESSAGE_OFFSET + 2;
 const kfi_eseverity SEVERITY_ERROR = 3;
 
+/// The node's name; empty for a node that has none.
+std::string nameOf(const kfi_domain* node) {
+    const bool named = node != nullptr && node->objid != nullptr && node->objid->name != nullptr;
+    return named ? node->objid->name : "";
+}
+
 /// Keeps a record for every node, by the node's name.
 class NodeRecords : public CFiPrivateDataFactory {
   public:
@@ -22,13 +28,17 @@ class NodeRecords : public CFiPrivateDataFactory {
 
     CFiPrivateDataPtr findPrivateData(kfi_domain* node) override {
         const std::lock_guard<std::mutex> guard(lock);
-        const auto found = records.find(node->objid->name);
+        const auto found = records.find(nameOf(node));
         return found != records.end() ? found->second : CFiPrivateDataPtr();
     }
 
     CFiPrivateDataPtr createPrivateData(kfi_domain* node, int altNode) override {
+        const std::string name = nameOf(node);
+        if (name.empty()) {
+            return CFiPrivateDataPtr();
+        }
         const std::lock_guard<std::mutex> guard(lock);
-        CFiPrivateDataPtr& record = records[node->objid->name];
+        CFiPrivateDataPtr& record = records[name];
         if (!record) {
             record = CFiPrivateDataPtr(new CFiPrivateData(node->objid));
             record->registerTraceLog(traceLog);
@@ -39,7 +49,7 @@ class NodeRecords : public CFiPrivateDataFactory {
 
     void deletePrivateData(kfi_domain* node) override {
         const std::lock_guard<std::mutex> guard(lock);
-        records.erase(node->objid->name);
+        records.erase(nameOf(node));
     }
 
   private:
@@ -95,16 +105,16 @@ class HelloProvider : public CFiPluginBase {
     /// There is never any room: that is how a failure looks.
     int prepare(char*, kfi_splitnode** nodes, int count, int) override {
         const CFiTraceLogFunction scope(traceLog, __func__, __LINE__, __FILE__);
-        if (count <= 0) {
+        if (nodes == nullptr || count <= 0) {
             return KZFI_OK;
         }
-        const char* const name = nodes[0]->node->objid->name;
+        const std::string name = nameOf(nodes[0]->node);
         if (traceLog) {
-            traceLog->trace(1, "ERROR: no room for a snapshot of %s", name);
+            traceLog->trace(1, "ERROR: no room for a snapshot of %s", name.c_str());
         }
         errorManager->pushError(CFiMessagePtr(
             new CFiIcuMessage("MSG_ERROR_HELLO_0001", SEVERITY_ERROR, __FILE__, __LINE__,
-                              {icu::Formattable(name), icu::Formattable(count)})));
+                              {icu::Formattable(name.c_str()), icu::Formattable(count)})));
         return CANNOT_PREPARE;
     }
 
