@@ -452,6 +452,19 @@ TEST_F(CFiTraceLogTest, LinkAtTheNewDaysPathIsRemoved) {
     EXPECT_EQ("precious", readFile(victim));
 }
 
+TEST_F(CFiTraceLogTest, OnlyTheFirstLineOfADayLooksForALink) {
+    start(3);
+    localTime.nextDay();
+    Printed printed;
+    log.trace(1, "first");
+    fs::remove(traceFile());
+    fs::create_symlink(temp.path("target"), traceFile());
+    const std::string told = "Failed to lstat " + traceFile() + "\n";
+    log.trace(1, "second");
+    EXPECT_EQ(told, printed.text());
+    EXPECT_THAT(messagesOf(readFile(temp.path("target"))), ElementsAre("second"));
+}
+
 TEST_F(CFiTraceLogTest, DayIsNotChangedByALineThatIsNotWritten) {
     start(3);
     localTime.nextDay();
