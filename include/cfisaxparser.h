@@ -20,6 +20,7 @@ class DocumentWatch;
 template <class Data>
 class CFiParamList;
 } // namespace detail
+class CFiSaxParseHandler;
 
 /// One SAX2 reader, set up for plain parsing without validation and namespaces.
 ///
@@ -63,6 +64,7 @@ class KZFI_PDK_API CFiSaxParser {
     template <class Data>
     friend class detail::CFiParamList;
 
+    static void parseOnce(const char* bytes, std::size_t size, CFiSaxParseHandler& newHandler);
     void parse(const char* bytes, std::size_t size);
 
     xercesc::DefaultHandler* handler;
@@ -106,6 +108,10 @@ class KZFI_PDK_API CFiSaxParseHandler : public xercesc::DefaultHandler {
     std::string buffer;
 
   private:
+    friend class CFiSaxParser;
+
+    void appendText(const XMLCh* chars, XMLSize_t length);
+
     XMLCh openLead;
 };
 

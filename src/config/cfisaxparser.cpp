@@ -1,7 +1,8 @@
 #include "cfisaxparser.h"
 
-#include <algorithm>
 #include <cstring>
+#include <mutex>
+#include <utility>
 
 #include <unicode/utf16.h>
 #include <unicode/utf8.h>
@@ -25,6 +26,10 @@ constexpr XMLCh SYSTEM_ID[] = u"kzfi_sax_parser";
 
 constexpr char REPLACEMENT[] = "\xEF\xBF\xBD";
 
+bool isAscii(XMLCh unit) {
+    return unit < 0x80;
+}
+
 void appendUtf8(std::string& bytes, UChar32 character) {
     char encoded[U8_MAX_LENGTH];
     std::size_t length = 0;
@@ -32,25 +37,18 @@ void appendUtf8(std::string& bytes, UChar32 character) {
     bytes.append(encoded, length);
 }
 
-/// Appends the ASCII that the characters begin with, some at a time; returns how many there were.
-XMLSize_t appendAscii(std::string& bytes, const XMLCh* chars, XMLSize_t length) {
-    char ascii[128];
-    XMLSize_t count = 0;
-    const XMLSize_t most = std::min(length, sizeof(ascii));
-    while (count < most && chars[count] < 0x80) {
-        ascii[count] = static_cast<char>(chars[count]);
-        ++count;
-    }
-    bytes.append(ascii, count);
-    return count;
-}
-
 void appendUtf8(std::string& bytes, const XMLCh* chars, XMLSize_t length) {
     XMLSize_t done = 0;
     while (done < length) {
-        // Nearly all text is ASCII.
-        done += appendAscii(bytes, chars + done, length - done);
-        if (done < length && chars[done] >= 0x80) {
+        // Nearly all text is ASCII. Narrowed here and appended as a whole it costs two thirds of
+        // growing the string first and filling it in place.
+        char ascii[64];
+        std::size_t count = 0;
+        while (done < length && count < sizeof(ascii) && isAscii(chars[done])) {
+            ascii[count++] = static_cast<char>(chars[done++]);
+        }
+        bytes.append(ascii, count);
+        if (done < length && !isAscii(chars[done])) {
             UChar32 character = 0;
             U16_NEXT_OR_FFFD(chars, done, length, character);
             appendUtf8(bytes, character);
@@ -79,6 +77,35 @@ std::unique_ptr<xercesc::SAX2XMLReader> makeReader(detail::DocumentWatch& watch)
     watch.follow(*reader);
     return reader;
 }
+
+/// Holds one parser between two short texts: making a reader takes longer than such a text.
+class SpareParser {
+  public:
+    /// The parser, or null: then the caller makes one of its own.
+    std::unique_ptr<CFiSaxParser> take() {
+        const std::unique_lock<std::mutex> guard(lock, std::try_to_lock);
+        return guard.owns_lock() ? std::move(parser) : nullptr;
+    }
+
+    void keep(std::unique_ptr<CFiSaxParser> used) {
+        const std::unique_lock<std::mutex> guard(lock, std::try_to_lock);
+        if (guard.owns_lock()) {
+            parser.swap(used);
+        }
+    }
+
+  private:
+    std::mutex lock;
+    std::unique_ptr<CFiSaxParser> parser;
+};
+
+SpareParser& spareParser() {
+    static SpareParser spare;
+    return spare;
+}
+
+/// After a longer text a reader holds too much memory to be kept, and its making did not matter.
+constexpr std::size_t SHORT_TEXT = 256 * 1024;
 
 } // namespace
 
@@ -179,6 +206,21 @@ void CFiSaxParser::parse(const std::vector<std::string>& pieces) {
     parse(text);
 }
 
+// For texts that nobody but the kit sees parsed. A parser that met an error or an exception is not
+// used again, and one that is in use is never handed out.
+void CFiSaxParser::parseOnce(const char* bytes, std::size_t size, CFiSaxParseHandler& newHandler) {
+    std::unique_ptr<CFiSaxParser> parser = spareParser().take();
+    if (parser == nullptr) {
+        parser = std::make_unique<CFiSaxParser>(nullptr, nullptr);
+    }
+    parser->setHandler(&newHandler);
+    parser->parse(bytes, size);
+    if (!newHandler.errorSeen && size <= SHORT_TEXT) {
+        parser->setHandler(nullptr);
+        spareParser().keep(std::move(parser));
+    }
+}
+
 CFiSaxParseHandler::CFiSaxParseHandler() : savedError(nullptr), errorSeen(false), openLead(0) {
     startXmlPlatform();
     xercesc::MemoryManager* const memory = xercesc::XMLPlatformUtils::fgMemoryManager;
@@ -194,6 +236,19 @@ void CFiSaxParseHandler::characters(const XMLCh* chars, XMLSize_t length) {
     if (length == 0) {
         return;
     }
+    // Most calls bring the line end and the tab between two elements; they cost half this way.
+    if (length <= 2 && isAscii(chars[0]) && isAscii(chars[length - 1])) {
+        buffer += static_cast<char>(chars[0]);
+        if (length == 2) {
+            buffer += static_cast<char>(chars[1]);
+        }
+        openLead = 0;
+        return;
+    }
+    appendText(chars, length);
+}
+
+void CFiSaxParseHandler::appendText(const XMLCh* chars, XMLSize_t length) {
     // Of a long text the reader may deliver the halves of one character in two calls.
     if (openLead != 0 && U16_IS_TRAIL(chars[0]) && endsWithReplacement(buffer)) {
         buffer.resize(buffer.size() - std::strlen(REPLACEMENT));
@@ -201,11 +256,8 @@ void CFiSaxParseHandler::characters(const XMLCh* chars, XMLSize_t length) {
         ++chars;
         --length;
     }
-    openLead = 0;
-    if (length > 0) {
-        appendUtf8(buffer, chars, length);
-        openLead = U16_IS_LEAD(chars[length - 1]) ? chars[length - 1] : u'\0';
-    }
+    openLead = length > 0 && U16_IS_LEAD(chars[length - 1]) ? chars[length - 1] : u'\0';
+    appendUtf8(buffer, chars, length);
 }
 
 void CFiSaxParseHandler::endElement(const XMLCh*, const XMLCh*, const XMLCh*) {}

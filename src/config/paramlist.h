@@ -7,7 +7,6 @@
 
 #include <string>
 #include <string_view>
-#include <tuple>
 #include <utility>
 
 #include "cficonfigparam.h"
@@ -16,10 +15,12 @@
 namespace kzfi_pdk_4_4::detail {
 
 /// What a list does not know of its entries, for one Entry:
-///     using Handler = ...;                  whose list is one of them
-///     static constexpr const char* LIST, ENTRY = ...;   names of the root and of an entry's
-///     element static constexpr std::string_view OPEN_LIST, CLOSE_LIST, OPEN, CLOSE = ...;   their
-///     tags static void write(std::string& xml, const Entry& entry);   appends an entry's element
+///     using Handler = ...;                    // whose list is one of them
+///     static constexpr const char* LIST;      // names of the root element
+///     static constexpr const char* ENTRY;     // and of an entry's
+///     static constexpr std::string_view OPEN_LIST, CLOSE_LIST;   // the root's tags
+///     static constexpr std::string_view OPEN, CLOSE;             // an entry's, for writeValue()
+///     static void write(std::string& xml, const Entry& entry);   // appends an entry's element
 template <class Entry>
 struct ParamKind;
 
@@ -33,7 +34,7 @@ int CFiParamList<Data>::parse(const char* xml) {
     // Outside the try block: the handler must live longer than the error.
     typename ParamKind<Data>::Handler handler;
     try {
-        CFiSaxParser(&handler, nullptr).parse(text.c_str(), text.length());
+        CFiSaxParser::parseOnce(text.c_str(), text.length(), handler);
         data.swap(handler.builtEntries());
     } catch (const xercesc::SAXParseException&) {
         return 3;
@@ -82,12 +83,13 @@ List& CFiParamListHandler<List>::getList() {
 
 template <class List>
 void CFiParamListHandler<List>::store() {
-    // Texts that the kit wrote come in the order of the map: there the end is the right place.
     auto& entries = list.entries();
-    entries
-        .emplace_hint(entries.end(), std::piecewise_construct, std::forward_as_tuple(current.key),
-                      std::forward_as_tuple())
-        ->second = std::move(current);
+    if (entries.empty() || entries.rbegin()->first < current.key) {
+        // Texts that the kit wrote come in the order of the map: no search.
+        entries.emplace_hint(entries.end(), current.key, std::move(current));
+    } else {
+        entries[current.key] = std::move(current);
+    }
     if (listHandedOut) {
         list.updateXML();
     }
@@ -127,6 +129,10 @@ void CFiValueListHandler<List>::endElement(const XMLCh*, const XMLCh*, const XML
 template <class List>
 void CFiValueListHandler<List>::setValue() {
     if (inValueList) {
+        // Room for a few at once: growing one by one costs more than the values.
+        if (this->current.valueList.empty()) {
+            this->current.valueList.reserve(4);
+        }
         this->current.valueList.emplace_back(this->content());
     } else {
         this->current.value = this->content();
@@ -147,9 +153,8 @@ template <class Data>
 void writeValue(std::string& xml, const Data& data) {
     constexpr Leaf value = {"\t<value>", "</value>\n"};
     xml += ParamKind<Data>::OPEN;
-    // Always there and always empty: a value has no type of its own.
-    xml += "\t<dataType></dataType>\n";
-    append(xml, {"\t<key>", "</key>\n"}, data.key);
+    // The type is always there and always empty: a value has none of its own.
+    append(xml, {"\t<dataType></dataType>\n\t<key>", "</key>\n"}, data.key);
     if (data.valueList.empty()) {
         append(xml, value, data.value);
     } else {

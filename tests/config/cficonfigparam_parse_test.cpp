@@ -451,6 +451,22 @@ TEST(ReadingLists, WorksAgainAfterABadText) {
     EXPECT_EQ(list.getParamData("k")->value, "v");
 }
 
+TEST(ReadingLists, KnowsNothingOfTheTextBefore) {
+    const std::string type = "<!DOCTYPE ConfigValueList [<!ENTITY e 'text'><!ENTITY % p ''>]>";
+    for (int i = 0; i < 3; ++i) {
+        CFiConfigParamDataList list = readValues(type + value("k", "&e;"));
+        EXPECT_EQ(list.getParamData("k")->value, "text");
+        EXPECT_EQ(list.parse(value("k", "&e;").c_str()), 3);
+        EXPECT_EQ(readValues("<?xml version='1.0' encoding='ISO-8859-1'?>" + value("k", "\xE4"))
+                      .getParamData("k")
+                      ->value,
+                  "\xC3\xA4");
+        EXPECT_EQ(readText("\xC3\xA4"), "\xC3\xA4");
+        EXPECT_EQ(list.parse("<!DOCTYPE a [%p;<!ATTLIST a b CDATA 'x'>]><a/>"), 0);
+        EXPECT_EQ(list.parse("<a"), 3);
+    }
+}
+
 TEST(ReadingLists, TakesManyEntriesInShortTime) {
     // Texts rebuilt with every entry would take minutes here.
     std::string entries;
