@@ -125,7 +125,7 @@ class KZFI_PDK_API CFiExecPipeBase : public virtual CFiTraceable {
     std::string sixthArgument;
     std::string seventhArgument;
     std::string inputFilePath;
-    int flags;
+    int execFlags;
 };
 
 /// Runs commands as child processes of this one, or through the framework in its child context.

@@ -14,12 +14,12 @@ constexpr int TIMED_OUT = 5;
 
 } // namespace
 
-CFiExecPipeBase::CFiExecPipeBase(int runFlags) : abortRequested(false), flags(runFlags) {}
+CFiExecPipeBase::CFiExecPipeBase(int runFlags) : abortRequested(false), execFlags(runFlags) {}
 
 CFiExecPipeBase::CFiExecPipeBase(std::vector<std::string> list, int runFlags)
     : abortRequested(false),
       stringList(std::move(list)),
-      flags(runFlags) {}
+      execFlags(runFlags) {}
 
 CFiExecPipeBase::~CFiExecPipeBase() = default;
 
@@ -79,7 +79,7 @@ int CFiExecPipeBase::Exec(std::string command, std::vector<std::string>& output,
                           std::string sixth, std::string seventh) {
     const int result = ExecMain(std::move(command), output, std::move(inputFile), timeout,
                                 std::move(fifth), std::move(sixth), std::move(seventh));
-    if ((flags & CLOSE_AFTER_EXEC) != 0) {
+    if ((execFlags & CLOSE_AFTER_EXEC) != 0) {
         const int closed = Close(CLOSE_TIMEOUT);
         if (closed != 0) {
             traceTo(traceLog, TRACE_WARNING, "Close of the process returned %d", closed);

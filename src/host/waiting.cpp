@@ -13,36 +13,38 @@ namespace kzfi_pdk_4_4 {
 
 namespace {
 
-constexpr long MILLISECONDS = 1000;
-constexpr long LONGEST_POLL = INT_MAX / MILLISECONDS;
+constexpr long MILLISECONDS = 1000;     // in a second
+constexpr long NANOSECONDS = 1'000'000; // in a millisecond
+// Seconds; more would not fit as milliseconds.
+constexpr long LONGEST_WAIT = LONG_MAX / MILLISECONDS / 2;
 
 // Set for the rest of the process on a system without nanosleep().
 std::atomic<bool> wholeSecondsOnly{false};
 
+long monotonicMilliseconds() {
+    struct timespec now = {};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return now.tv_sec * MILLISECONDS + now.tv_nsec / NANOSECONDS;
+}
+
 } // namespace
 
 long monotonicSeconds() {
-    struct timespec now = {};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return now.tv_sec;
+    return monotonicMilliseconds() / MILLISECONDS;
 }
 
 bool waitUntilReadable(const FileDescriptor& file, long seconds) {
-    const long start = monotonicSeconds();
-    long remaining = seconds;
+    long remaining = std::min(seconds, LONGEST_WAIT) * MILLISECONDS;
+    const long end = monotonicMilliseconds() + remaining;
     do {
-        const long step = std::min(remaining, LONGEST_POLL);
-        struct pollfd request = {file.get(), POLLIN, 0};
         // At the end of a pipe only POLLHUP is set: any event means that there is something to
         // read.
-        const int ready = poll(&request, 1, static_cast<int>(step * MILLISECONDS));
-        if (ready != 0 && !(ready < 0 && errno == EINTR)) {
+        struct pollfd request = {file.get(), POLLIN, 0};
+        const int ready = poll(&request, 1, static_cast<int>(std::min<long>(remaining, INT_MAX)));
+        if (ready > 0 || (ready < 0 && errno != EINTR)) {
             return ready > 0;
         }
-        if (ready == 0 && step == remaining) {
-            return false;
-        }
-        remaining = seconds - (monotonicSeconds() - start);
+        remaining = end - monotonicMilliseconds();
     } while (remaining > 0);
     return false;
 }
