@@ -35,8 +35,8 @@ class CFiSaxParseHandler;
 /// Threads: parsers may be made, used and destroyed on several threads at once, each on one.
 /// Ownership: the handler stays the caller's and must outlive the parser or be taken off.
 /// Errors: what is wrong with a document goes to the handler; an exception of a handler or of the
-/// reader leaves parse(). Errors of the set-up are swallowed: a parser without a reader, and one
-/// without a handler, accept nothing and report nothing respectively.
+/// reader leaves parse(). Errors of the set-up are swallowed on purpose; a parser that was left
+/// without a reader reports a fatal error for every document.
 class KZFI_PDK_API CFiSaxParser {
   public:
     /// A parser for handler, validating when a schema is named; either may be null.
@@ -79,8 +79,8 @@ class KZFI_PDK_API CFiSaxParser {
 ///
 /// Threads: none of its own; a handler belongs to one parse on one thread.
 /// Errors: warnings count as errors, on purpose. Nothing is thrown while the document is read, the
-/// last report wins, and the flag is never cleared, not even by a second document. A caught error
-/// must be done with before the handler dies.
+/// last report wins, and the flag is never cleared, not even by a second document. What it throws
+/// may outlive it.
 class KZFI_PDK_API CFiSaxParseHandler : public xercesc::DefaultHandler {
   public:
     CFiSaxParseHandler();

@@ -1,8 +1,7 @@
 #include "cfisaxparser.h"
 
+#include <atomic>
 #include <cstring>
-#include <mutex>
-#include <utility>
 
 #include <unicode/utf16.h>
 #include <unicode/utf8.h>
@@ -78,31 +77,20 @@ std::unique_ptr<xercesc::SAX2XMLReader> makeReader(detail::DocumentWatch& watch)
     return reader;
 }
 
-/// Holds one parser between two short texts: making a reader takes longer than such a text.
-class SpareParser {
-  public:
-    /// The parser, or null: then the caller makes one of its own.
-    std::unique_ptr<CFiSaxParser> take() {
-        const std::unique_lock<std::mutex> guard(lock, std::try_to_lock);
-        return guard.owns_lock() ? std::move(parser) : nullptr;
-    }
+/// One parser between two short texts, or null: making a reader takes longer than such a text.
+std::atomic<CFiSaxParser*> spareParser{nullptr};
 
-    void keep(std::unique_ptr<CFiSaxParser> used) {
-        const std::unique_lock<std::mutex> guard(lock, std::try_to_lock);
-        if (guard.owns_lock()) {
-            parser.swap(used);
-        }
-    }
-
-  private:
-    std::mutex lock;
-    std::unique_ptr<CFiSaxParser> parser;
-};
-
-SpareParser& spareParser() {
-    static SpareParser spare;
-    return spare;
+void setSpareParser(CFiSaxParser* parser) {
+    delete spareParser.exchange(parser);
 }
+
+/// Ends the spare parser with the library; the pointer itself can be used to the very end.
+struct SpareParserEnd {
+    SpareParserEnd() = default;
+    SpareParserEnd(const SpareParserEnd&) = delete;
+    SpareParserEnd& operator=(const SpareParserEnd&) = delete;
+    ~SpareParserEnd() { setSpareParser(nullptr); }
+} spareParserEnd;
 
 /// After a longer text a reader holds too much memory to be kept, and its making did not matter.
 constexpr std::size_t SHORT_TEXT = 256 * 1024;
@@ -123,8 +111,10 @@ CFiSaxParser::CFiSaxParser(xercesc::DefaultHandler* newHandler, const char* sche
 
 CFiSaxParser::~CFiSaxParser() {
     delete reader;
-    watch.reset();
-    stopXmlPlatform();
+    if (watch != nullptr) {
+        watch.reset();
+        stopXmlPlatform();
+    }
 }
 
 void CFiSaxParser::init() {
@@ -209,7 +199,7 @@ void CFiSaxParser::parse(const std::vector<std::string>& pieces) {
 // For texts that nobody but the kit sees parsed. A parser that met an error or an exception is not
 // used again, and one that is in use is never handed out.
 void CFiSaxParser::parseOnce(const char* bytes, std::size_t size, CFiSaxParseHandler& newHandler) {
-    std::unique_ptr<CFiSaxParser> parser = spareParser().take();
+    std::unique_ptr<CFiSaxParser> parser(spareParser.exchange(nullptr));
     if (parser == nullptr) {
         parser = std::make_unique<CFiSaxParser>(nullptr, nullptr);
     }
@@ -217,7 +207,7 @@ void CFiSaxParser::parseOnce(const char* bytes, std::size_t size, CFiSaxParseHan
     parser->parse(bytes, size);
     if (!newHandler.errorSeen && size <= SHORT_TEXT) {
         parser->setHandler(nullptr);
-        spareParser().keep(std::move(parser));
+        setSpareParser(parser.release());
     }
 }
 

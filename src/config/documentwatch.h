@@ -16,10 +16,10 @@ namespace kzfi_pdk_4_4::detail {
 /// Sits beside the handler of one reader and in its memory, and ends a document that unfolds to far
 /// more than its own size, with a fatal error to the handler.
 ///
-/// A document without a DOCTYPE cannot unfold; its content is not even looked at. The reader's own
-/// limit counts entities in content only: entities in the defaults of attributes and parameter
-/// entities would grow without bounds, and so would the memory for one long attribute. Hence the
-/// memory: nothing else of the reader is told of every expansion.
+/// A document without a DOCTYPE cannot unfold and is let through. The reader's own limit counts
+/// entities in content only: entities in the defaults of attributes and parameter entities would
+/// grow without bounds, and so would the memory for one long attribute. Hence the memory: nothing
+/// else of the reader is told of every expansion.
 ///
 /// Must outlive the reader. What the reader throws does not depend on it.
 class DocumentWatch : public xercesc::MemoryManager,

@@ -1,7 +1,7 @@
 // How every list of named entries is read from its XML and written to it.
 //
-// A list and its handler come to life with three things in one source file: a ParamKind that names
-// the elements and the handler, and the two explicit instantiations.
+// A list and its handler come to life in one source file: with a ParamKind that names the elements
+// and the handler, and with explicit instantiations of the templates below.
 #ifndef KZFI_CONFIG_PARAMLIST_H
 #define KZFI_CONFIG_PARAMLIST_H
 

@@ -259,6 +259,13 @@ TEST_F(SaxParserWithSchema, IsSetLaterToo) {
     EXPECT_TRUE(handler.errorSeen);
 }
 
+TEST_F(SaxParserWithSchema, TakesNullForNoSchema) {
+    CFiSaxParser parser(&handler, nullptr);
+    EXPECT_NO_THROW(parser.setInputSchema(nullptr));
+    parser.parse("<number>1</number>");
+    EXPECT_THAT(handler.ends, ElementsAre(u"number"));
+}
+
 TEST_F(SaxParserWithSchema, ReportsAMissingSchemaWithTheDocument) {
     CFiSaxParser parser(&handler, folder.path("none.xsd").c_str());
     EXPECT_FALSE(handler.errorSeen);
