@@ -2,6 +2,9 @@
 
 #include <gmock/gmock.h>
 
+#include <cctype>
+#include <ostream>
+
 #include "support/temp_dir.h"
 
 namespace {
@@ -163,6 +166,13 @@ struct Bad {
     const char* text;
     const char* complaint;
 };
+
+/// How CTest shows it: letters and digits of the complaint.
+void PrintTo(const Bad& bad, std::ostream* out) {
+    for (const char* c = bad.complaint; *c != '\0'; ++c) {
+        *out << (std::isalnum(static_cast<unsigned char>(*c)) != 0 ? *c : ' ');
+    }
+}
 
 class BadScenarioTest : public ScenarioTest, public testing::WithParamInterface<Bad> {};
 
