@@ -383,8 +383,9 @@ class KZFI_PDK_API CFiPluginBase : public virtual CFiRefCount, public virtual CF
     /// ten looks, 30 seconds apart. Blocks the calling thread meanwhile. -1 leaves an id as it is
     /// and is never seen as reached.
     ///
-    /// Returns 0, also when the ids never showed up, on purpose; 3 for an empty path, 18 when the
-    /// path cannot be looked at, 1091 when it cannot be handed over, each traced at level 1.
+    /// Returns KZFI_OK, also when the ids never showed up, on purpose; KZFI_ERR_INVALID for an
+    /// empty path, KZFI_ERR_NO_FILE when the path cannot be looked at, KZFI_ERR_OWNER when it
+    /// cannot be handed over, each traced at level 1.
     int setOwnerIds(std::string path, long owner, long group);
 
   protected:

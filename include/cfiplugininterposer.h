@@ -89,7 +89,7 @@ class KZFI_PDK_API CFiPluginInterposer : public CFiPluginBase {
 
     /// Remembers group nodes, gives the node its display name and type, lists its methods as
     /// associations and has its record made. A group node that is known already is left alone.
-    /// Returns 0, or 6 after an exception.
+    /// Returns KZFI_OK, or KZFI_ERR_FAILED after an exception.
     int initNode(kfi_domain* domain, kfi_domain** parents, int parentCount,
                  kzfi_objid* obj) override;
 
@@ -118,8 +118,8 @@ class KZFI_PDK_API CFiPluginInterposer : public CFiPluginBase {
 
     /// Presents the device of udid to hostname (null: to no host in particular) through importNode.
     /// request is read as kzfi_import_request. Returns the hook's result; KZFI_ERR_INVALID without
-    /// udid, 21 when it is no device identifier, KZFI_ERR_NOT_IMPLEMENTED for KZFI_IMPORT_DECLINED,
-    /// 6 for a request without any of the bits.
+    /// udid, KZFI_ERR_UDID when it is no device identifier, KZFI_ERR_NOT_IMPLEMENTED for
+    /// KZFI_IMPORT_DECLINED, KZFI_ERR_FAILED for a request without any of the bits.
     int importResource(char** resources, char* udid, char* hostname, char* sessionId, int request,
                        char** results, char* options) override;
 

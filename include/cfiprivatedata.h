@@ -107,9 +107,10 @@ class KZFI_PDK_API CFiPrivateData : public virtual CFiRefCount, public virtual C
     /// first group whose source is the node's own device gives the candidates, and its first target
     /// becomes the configured one.
     ///
-    /// Returns 0 when a target was configured, else 6 with the reason traced at level 1; the
-    /// configured target is then unchanged, and the candidates are those found so far once the
-    /// groups were reached. Throws CFiUdidException when the node's name is no device identifier.
+    /// Returns KZFI_OK when a target was configured, else KZFI_ERR_FAILED with the reason traced at
+    /// level 1; the configured target is then unchanged, and the candidates are those found so far
+    /// once the groups were reached. Throws CFiUdidException when the node's name is no device
+    /// identifier.
     virtual int selectTargetFromConfigData();
 
   protected:

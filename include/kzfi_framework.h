@@ -26,7 +26,7 @@ typedef int32_t kfi_intent;
 typedef int32_t kfi_eseverity;
 /** What becomes of a snapshot that is disposed of or brought online. */
 typedef int32_t kfi_disposition;
-/** What processProviderState is asked for: KZFI_PROVIDERSTATE_PRODUCE, or to take state back. */
+/** What processProviderState is asked for; see KZFI_PROVIDERSTATE_PRODUCE. */
 typedef int32_t kfi_op_providerstate;
 
 /* ---- Opaque records ---- */
@@ -175,8 +175,7 @@ KZFI_HOST_API int kzfi_is_child_context(void);
  * Has the host run command on behalf of a child context. Puts the command's output into *text and
  * its size into *length; the caller gives it back with that size. 0 on success.
  */
-KZFI_HOST_API int kzfi_exec_cmd_in_child_context(const char* command, char** text,
-                                                 size_t* length);
+KZFI_HOST_API int kzfi_exec_cmd_in_child_context(const char* command, char** text, size_t* length);
 
 #ifdef __cplusplus
 }
@@ -186,9 +185,13 @@ KZFI_HOST_API int kzfi_exec_cmd_in_child_context(const char* command, char** tex
 
 /** Status of an operation. */
 enum kzfi_status {
-    KZFI_OK = 0,                 /**< done */
-    KZFI_ERR_INVALID = 3,        /**< a required pointer is null, no private data, a bad text */
-    KZFI_ERR_NOT_IMPLEMENTED = 4 /**< the provider does not implement the operation */
+    KZFI_OK = 0,                  /**< done */
+    KZFI_ERR_INVALID = 3,         /**< a required pointer is null, no private data, a bad text */
+    KZFI_ERR_NOT_IMPLEMENTED = 4, /**< the provider does not implement the operation */
+    KZFI_ERR_FAILED = 6,          /**< no target, an unknown import request, an exception */
+    KZFI_ERR_NO_FILE = 18,        /**< a path cannot be looked at */
+    KZFI_ERR_UDID = 21,           /**< a text is no device identifier */
+    KZFI_ERR_OWNER = 1091         /**< a path cannot be handed over to another user */
 };
 
 /** Answers of claim. */
@@ -203,7 +206,7 @@ enum kzfi_interpose {
     KZFI_INTERPOSE_DONE = 1  /**< interposed */
 };
 
-/** Modes of config; others do nothing. */
+/** Modes of config; others leave text and values alone. */
 enum kzfi_config_mode {
     KZFI_CONFIG_GET = 1,      /**< values, or their defaults */
     KZFI_CONFIG_SET = 2,      /**< take values over */

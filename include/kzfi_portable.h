@@ -13,9 +13,8 @@ extern "C" {
 #endif
 
 /** vsnprintf: at most size bytes with the NUL; returns the length the whole text would have. */
-__attribute__((format(printf, 3, 0))) static inline int K_vsnprintf(char* buffer, size_t size,
-                                                                    const char* format,
-                                                                    va_list arguments) {
+__attribute__((format(printf, 3, 0))) static inline int
+K_vsnprintf(char* buffer, size_t size, const char* format, va_list arguments) {
     return vsnprintf(buffer, size, format, arguments);
 }
 
@@ -47,17 +46,20 @@ __attribute__((format(scanf, 2, 3))) static inline int K_sscanf(const char* text
  */
 static inline char* K_strlncpy(char* target, const char* source, size_t size) {
     if (size > 0) {
-        const size_t length = strnlen(source, size - 1);
+        const char* const end = (const char*)memchr(source, '\0', size - 1);
+        const size_t length = end != NULL ? (size_t)(end - source) : size - 1;
         memcpy(target, source, length);
         target[length] = '\0';
     }
     return target;
 }
 
-/** localtime_r: the broken-down local time in *result, or null. */
+#if defined(__cplusplus) || defined(_POSIX_C_SOURCE)
+/** localtime_r: the broken-down local time in *result, or null. Strict C does not declare it. */
 static inline struct tm* K_localtime(const time_t* when, struct tm* result) {
     return localtime_r(when, result);
 }
+#endif
 
 #ifdef __cplusplus
 }

@@ -10,10 +10,6 @@
 namespace kzfi_pdk_4_4 {
 namespace {
 
-constexpr int OK = 0;
-constexpr int INVALID_PATH = 3;
-constexpr int STAT_FAILED = 18;
-constexpr int CHOWN_FAILED = 1091;
 constexpr int ATTEMPTS = 10;
 constexpr unsigned WAIT_SECONDS = 30;
 
@@ -34,13 +30,13 @@ class OwnerChange {
         if (stat(resource, &status) != 0) {
             traceTo(traceLog, TRACE_ERROR,
                     "Error: setOwnerIds: Unable to stat partition %s errno=[%d]", resource, errno);
-            return STAT_FAILED;
+            return KZFI_ERR_NO_FILE;
         }
         traceTo(traceLog, TRACE_INFO,
                 "INFO: setOwnerIds chown for [%s] with OwnerId=%ld, GroupId=%ld", resource, owner,
                 group);
         const int changed = change();
-        return changed != OK ? changed : changeUntilSeen();
+        return changed != KZFI_OK ? changed : changeUntilSeen();
     }
 
   private:
@@ -49,9 +45,9 @@ class OwnerChange {
             traceTo(traceLog, TRACE_ERROR,
                     "Error: set_owner_ids - chown: Unable to chown resource %s, errno=[%d].",
                     resource, errno);
-            return CHOWN_FAILED;
+            return KZFI_ERR_OWNER;
         }
-        return OK;
+        return KZFI_OK;
     }
 
     /// A change that never shows up is no error, on purpose.
@@ -59,7 +55,7 @@ class OwnerChange {
         for (int attempt = 0; attempt < ATTEMPTS; ++attempt) {
             bool seen = false;
             const int result = changeAgain(attempt, seen);
-            if (result != OK) {
+            if (result != KZFI_OK) {
                 return result;
             }
             if (seen) {
@@ -71,7 +67,7 @@ class OwnerChange {
             sleep(WAIT_SECONDS);
         }
         traceTo(traceLog, TRACE_INFO, "INFO: setOwnerIds done");
-        return OK;
+        return KZFI_OK;
     }
 
     int changeAgain(int attempt, bool& seen) const {
@@ -79,7 +75,7 @@ class OwnerChange {
                 "INFO: setOwnerIds chown retry count [%d] with OwnerId=%ld, GroupId=%ld", attempt,
                 owner, group);
         const int changed = change();
-        if (changed != OK) {
+        if (changed != KZFI_OK) {
             return changed;
         }
         struct stat status;
@@ -87,7 +83,7 @@ class OwnerChange {
             traceTo(traceLog, TRACE_ERROR,
                     "Error: set_owner_ids - stat: Unable to stat resource %s, errno=[%d].",
                     resource, errno);
-            return STAT_FAILED;
+            return KZFI_ERR_NO_FILE;
         }
         const long user = static_cast<long>(status.st_uid);
         const long fileGroup = static_cast<long>(status.st_gid);
@@ -95,7 +91,7 @@ class OwnerChange {
                 "INFO: stat on [%s], st.st_uid=[%ld], st.st_gid=[%ld] uid= [%ld], gid = [%ld]",
                 resource, user, fileGroup, owner, group);
         seen = user == owner && fileGroup == group;
-        return OK;
+        return KZFI_OK;
     }
 
     const CFiTraceLogPtr& traceLog;
@@ -109,7 +105,7 @@ class OwnerChange {
 int CFiPluginBase::setOwnerIds(std::string path, long owner, long group) {
     if (path.empty()) {
         traceTo(traceLog, TRACE_ERROR, "Error: setOwnerIds - invalid resource specified");
-        return INVALID_PATH;
+        return KZFI_ERR_INVALID;
     }
     return OwnerChange(traceLog, path, owner, group).run();
 }

@@ -12,7 +12,6 @@ namespace kzfi_pdk_4_4 {
 namespace {
 
 constexpr int OBJECT_KIND = 3;
-constexpr int CAUGHT_EXCEPTION = 6;
 
 enum SupportLevel { NOT_SUPPORTED = 0, WITH_HOSTS = 1, TRANSPORTABLE = 2 };
 
@@ -222,7 +221,7 @@ int CFiPluginInterposer::initNode(kfi_domain* domain, kfi_domain**, int, kzfi_ob
     } catch (...) {
         traceTo(traceLog, TRACE_ERROR, "ERROR: Caught unhandled exception at %s, %d",
                 sourceFileOf(__FILE__), __LINE__);
-        return CAUGHT_EXCEPTION;
+        return KZFI_ERR_FAILED;
     }
 }
 

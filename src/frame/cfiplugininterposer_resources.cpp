@@ -6,9 +6,6 @@
 namespace kzfi_pdk_4_4 {
 namespace {
 
-constexpr int UNKNOWN_REQUEST = 6;
-constexpr int NO_DEVICE_IDENTIFIER = 21;
-
 /// Who asks the hook.
 enum Caller { FROM_NODE = 1, FROM_RESOURCE = 2 };
 
@@ -89,7 +86,7 @@ int CFiPluginInterposer::importResource(char**, char* udid, char* hostname, char
         return KZFI_ERR_INVALID;
     }
     if (!isDeviceIdentifier(udid)) {
-        return NO_DEVICE_IDENTIFIER;
+        return KZFI_ERR_UDID;
     }
     const std::vector<tstring> hosts = hostsOf(traceLog, __func__, hostname);
     if ((request & KZFI_IMPORT_DECLINED) != 0) {
@@ -101,7 +98,7 @@ int CFiPluginInterposer::importResource(char**, char* udid, char* hostname, char
     if ((request & KZFI_IMPORT_VARIANT) != 0) {
         return importNode(udid, hosts, false, true, false, FROM_RESOURCE);
     }
-    return UNKNOWN_REQUEST;
+    return KZFI_ERR_FAILED;
 }
 
 int CFiPluginInterposer::deportResource(char* udid, char* hostname, char*, char*, int request) {
@@ -110,7 +107,7 @@ int CFiPluginInterposer::deportResource(char* udid, char* hostname, char*, char*
         return KZFI_ERR_INVALID;
     }
     if (!isDeviceIdentifier(udid)) {
-        return NO_DEVICE_IDENTIFIER;
+        return KZFI_ERR_UDID;
     }
     if ((request & KZFI_DEPORT_NOTHING) != 0) {
         return KZFI_OK;

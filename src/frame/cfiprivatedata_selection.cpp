@@ -11,8 +11,6 @@
 namespace kzfi_pdk_4_4 {
 namespace {
 
-constexpr int TARGET_CONFIGURED = 0;
-constexpr int NO_TARGET = 6;
 constexpr int SNAPSHOT_MODE_INDEX = 1;
 constexpr char RESOURCE_SPEC[] = "snapshot_resource_spec";
 
@@ -46,11 +44,11 @@ class TargetSelection {
         for (std::string_view group; groups.next(group);) {
             const Step step = readGroup(std::string(group));
             if (step != NEXT_GROUP) {
-                return step == DONE ? configureTarget() : NO_TARGET;
+                return step == DONE ? configureTarget() : KZFI_ERR_FAILED;
             }
         }
         traceTo(traceLog, TRACE_ERROR, "No matching source specification found for [%s].", name);
-        return NO_TARGET;
+        return KZFI_ERR_FAILED;
     }
 
   private:
@@ -103,13 +101,13 @@ class TargetSelection {
         if (candidates.empty()) {
             traceTo(traceLog, TRACE_ERROR,
                     "Source configuration found, but no targets are specified for [%s].", name);
-            return NO_TARGET;
+            return KZFI_ERR_FAILED;
         }
         udid.field4 = candidates.front();
         std::string target = udid.getUdidString();
         record.setConfiguredTarget(target);
         traceTo(traceLog, TRACE_INFO, "Target Udid [%s] \n", target.c_str());
-        return TARGET_CONFIGURED;
+        return KZFI_OK;
     }
 
     Step refuse(const std::string& what, const char* reason) {
@@ -136,7 +134,7 @@ int CFiPrivateData::selectTargetFromConfigData() {
     if (!hasConfigDataList(SNAPSHOT_MODE_INDEX)) {
         traceTo(traceLog, TRACE_ERROR,
                 "Error: No snapshot configuration data has been specified for [%s]", name);
-        return NO_TARGET;
+        return KZFI_ERR_FAILED;
     }
     const auto& values = configDataList(SNAPSHOT_MODE_INDEX)->entries();
     const auto entry = values.find(RESOURCE_SPEC);
@@ -144,7 +142,7 @@ int CFiPrivateData::selectTargetFromConfigData() {
         traceTo(traceLog, TRACE_ERROR,
                 "Configuration data parameter \"%s\" unspecified for object [%s].", RESOURCE_SPEC,
                 name);
-        return NO_TARGET;
+        return KZFI_ERR_FAILED;
     }
     traceTo(traceLog, TRACE_INFO, "FI_CONFIG_PARAM_SNAPSHOT_RESOURCE_SPEC: [%s]",
             entry->second.value.c_str());
@@ -157,7 +155,7 @@ int CFiPrivateData::selectTargetFromConfigData() {
         traceTo(traceLog, TRACE_ERROR,
                 "Configuration \"%s\" has no resources specified for source [%s].",
                 resources.c_str(), name);
-        return NO_TARGET;
+        return KZFI_ERR_FAILED;
     }
     targets.clear();
     return TargetSelection(*this, traceLog, udid).fromGroups(groups);
