@@ -143,8 +143,8 @@ class KZFI_PDK_API CFiExecPipeBase : public virtual CFiTraceable {
 /// in this process the end of a child cannot be told, and runs end with 8.
 /// Ownership: the child process and the read end of its output, until Close(). Starting another
 /// command before that forgets the first child.
-/// Errors: as CFiExecPipeBase. The destructor may take a minute and more with a child that does not
-/// end.
+/// Errors: as CFiExecPipeBase. The destructor takes more than half a minute with a child that does
+/// not end.
 class KZFI_PDK_API CFiExecPipePosix : public CFiExecPipeBase {
   public:
     explicit CFiExecPipePosix(int runFlags);
