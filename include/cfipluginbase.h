@@ -49,10 +49,11 @@ class KZFI_PDK_API CFiObjctlArgs {};
 ///     4. operations on nodes, in any number and order;
 ///     5. fini; the last smart pointer destroys the object.
 ///
-/// Results are statuses: KZFI_OK, KZFI_ERR_INVALID where a required pointer is null or a node has
-/// no private data, KZFI_ERR_NOT_IMPLEMENTED from the defaults of what a provider must bring
-/// itself. Which default answers what looks uneven between neighbours and is kept so on purpose.
-/// Where a default is said to do nothing, it answers KZFI_OK and leaves every argument alone.
+/// Results are statuses: KZFI_OK, KZFI_ERR_INVALID where a required pointer is null (config
+/// also: where the node has no private data), KZFI_ERR_NOT_IMPLEMENTED from the defaults of what a
+/// provider must bring itself. Which default answers what looks uneven between neighbours and is
+/// kept so on purpose. Where a default is said to do nothing, it answers KZFI_OK and leaves every
+/// argument alone.
 ///
 /// Every operation but the destructor, delayedInit and globalConfigInfoList traces its entry and
 /// its exit at level 6.
@@ -88,8 +89,7 @@ class KZFI_PDK_API CFiPluginBase : public virtual CFiRefCount, public virtual CF
     tstring getProviderName();
     void setProviderName(const tstring& name);
 
-    // ---- The framework's operations. Their order is the interface: never insert, only append.
-    // ----
+    // ---- The framework's operations. Their order is the interface: never insert, only append. --
 
     virtual ~CFiPluginBase();
 
@@ -132,18 +132,19 @@ class KZFI_PDK_API CFiPluginBase : public virtual CFiRefCount, public virtual CF
     ///
     ///   KZFI_CONFIG_GET       text = the node's values. Without values: the defaults of its own
     ///                         descriptions (kept as its values), else of the plug-in's. Null when
-    ///                         the list that decides is empty.
+    ///                         the node's own list that decides is empty.
     ///   KZFI_CONFIG_SET(_AGAIN)  takes the values in text over, completes them with defaults;
     ///                         text = the result. A null text is traced and answered with 0; one
-    ///                         that is not accepted gives KZFI_ERR_INVALID and a null text, and the
-    ///                         values stay.
+    ///                         that is not accepted gives KZFI_ERR_INVALID and a null text; the
+    ///                         values stay, but the next GET hands the rejected text out.
     ///   KZFI_CONFIG_CLEAR     forgets the values; text stays.
     ///   KZFI_CONFIG_GETPARAM  text = the descriptions: the node's own, else those of
     ///                         globalConfigInfoList; null when empty.
     ///   other modes           nothing.
     ///
-    /// KZFI_ERR_INVALID and nothing else when the node has no private data. The text that comes in
-    /// is never written to or freed; the one that comes out is a new buffer for the framework.
+    /// KZFI_ERR_INVALID and nothing else when the node has no private data; a null spec gives 0.
+    /// The text that comes in is never written to or freed; the one that comes out is a new buffer
+    /// for the framework, or null when memory is short. Exceptions of the reader pass.
     virtual int config(kfi_domain* node, int mode, char* sessionId, kfi_confspec* spec);
 
     /// The framework begins to use the alternate of a node. Default: does nothing.
@@ -151,12 +152,13 @@ class KZFI_PDK_API CFiPluginBase : public virtual CFiRefCount, public virtual CF
                             bool skipImport);
 
     /// The framework comes back to a temporary object. Default: keeps intent, session and split
-    /// type in the node's record, which is made if need be.
+    /// type in the node's record, which is made if need be; a null text keeps the old one. Always
+    /// 0.
     virtual int reAccessTmpObj(kfi_domain* node, kzfi_objid* obj, char* splitType,
                                kfi_domain* parent, char* sessionId, kfi_intent intent);
 
     /// The framework comes back to an alternate node. Default: keeps intent and session in the
-    /// node's record, which is made if need be.
+    /// node's record, which is made if need be; a null text keeps the old one. Always 0.
     virtual int reAccessAltNode(kfi_domain* node, kzfi_objid* primary, kzfi_objid* alternate,
                                 char* sessionId, kzfi_objid** primaries, kzfi_objid** secondaries,
                                 int count, kfi_intent intent);
@@ -173,14 +175,16 @@ class KZFI_PDK_API CFiPluginBase : public virtual CFiRefCount, public virtual CF
     virtual int online(kfi_domain* primary, kfi_domain* alternate, int options,
                        kfi_disposition disposition);
 
-    /// The node's sub-objects. Default: those of the node's record, which keeps the list; without a
-    /// record both arguments stay.
+    /// The node's sub-objects. Default: those of the node's record, which keeps the list until the
+    /// next addSubObject; without a record both arguments stay.
     virtual int subobjList(kfi_domain* node, kzfi_objid*** list, int* count);
 
     /// Turns a provider's error code into localised text of the message
     /// "MSG_ERROR_" + provider name in upper case + "_" + number ("%04d"), where the number is code
     /// less the message index offset when code is greater, else code. *text belongs to the
-    /// catalogue manager; it goes back through delLocaleMessage. Always 0.
+    /// catalogue manager, which must be registered, and is valid until it is given back through
+    /// delLocaleMessage or the same key is localised again; an unknown key gives a placeholder. A
+    /// null text is allowed. Always 0.
     virtual int errMsg(int code, const char** text);
 
     /// Builds the tree of an alternate node. Default: does nothing.
@@ -250,14 +254,15 @@ class KZFI_PDK_API CFiPluginBase : public virtual CFiRefCount, public virtual CF
     /// when asked to produce, data pointer and size become null; nothing is freed.
     virtual int processProviderState(kfi_domain* node, kfi_blob* state, kfi_op_providerstate op);
 
-    /// The calling thread's last error, or null, and its end. The record stays the message's.
-    /// An error manager must be registered. Always 0.
+    /// getLastError hands out the calling thread's last error, or null; delLastError drops it. The
+    /// record stays the message's and is valid until this thread's next error or delLastError. An
+    /// error manager must be registered. Always 0.
     virtual int getLastError(kfi_msg_info** info);
     virtual int delLastError(kfi_msg_info** info);
 
-    /// The localised text of a message record, and its end; the text stays the catalogue manager's
-    /// until it is given back. status is not written. A catalogue manager must be registered.
-    /// Always 0.
+    /// getLocaleMessage hands out the localised text of a message record; delLocaleMessage gives it
+    /// back. The text stays the catalogue manager's meanwhile. status is not written. A catalogue
+    /// manager must be registered. Always 0.
     virtual int getLocaleMessage(int* status, kfi_msg_info* info, const char* locale, char** text);
     virtual int delLocaleMessage(char** text);
 
@@ -380,8 +385,8 @@ class KZFI_PDK_API CFiPluginBase : public virtual CFiRefCount, public virtual CF
     // ---- Not an operation of the framework ----
 
     /// Hands path over to another user and group and waits until the file system shows it: up to
-    /// ten looks, 30 seconds apart. Blocks the calling thread meanwhile. -1 leaves an id as it is
-    /// and is never seen as reached.
+    /// ten times it hands the path over once more, looks, and sleeps 30 seconds, so that it may
+    /// block the calling thread for 300. -1 leaves an id as it is and is never seen as reached.
     ///
     /// Returns KZFI_OK, also when the ids never showed up, on purpose; KZFI_ERR_INVALID for an
     /// empty path, KZFI_ERR_NO_FILE when the path cannot be looked at, KZFI_ERR_OWNER when it

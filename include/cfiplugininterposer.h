@@ -45,11 +45,11 @@ struct SFiGroupInfo {
 /// The name of such a node is "<" + provider name + ">" + the name of the node below it. Patterns
 /// are tried in byte order, not in the order of registration, and as plain parts of a name.
 ///
-/// Threads: the registry is not locked; addFim is done before the framework works on nodes, as a
-/// rule in init().
-/// Ownership: object ids and nodes stay the framework's.
-/// Errors: statuses as told below, with a traced line; only what importNode throws passes through,
-/// and in initNode nothing does.
+/// Threads: the registry is not locked. addFim is done before the framework works on nodes, as a
+/// rule in init(); initNode and deInitNode change the groups, so they come from one thread at a
+/// time. Ownership: object ids and nodes stay the framework's. Errors: statuses as told below, with
+/// a traced line. What importNode and the provider's factory throw passes through, except in
+/// initNode.
 class KZFI_PDK_API CFiPluginInterposer : public CFiPluginBase {
   public:
     /// No methods, no ignored types, default type 0.
@@ -83,7 +83,8 @@ class KZFI_PDK_API CFiPluginInterposer : public CFiPluginBase {
     int supportsFiType(kfi_domain* domain, char* fiType) override;
 
     /// Has importNode present the node to the hosts of its record, and puts the node's id into *out
-    /// whatever came of it. Returns the hook's result, or KZFI_ERR_INVALID for a node without name.
+    /// whatever the hook says. Returns the hook's result, or KZFI_ERR_INVALID and *out untouched
+    /// for a node without name.
     int importTreeNode(kfi_domain* node, kzfi_objid** primaries, kzfi_objid** secondaries,
                        int count, kzfi_objid** out) override;
 
@@ -124,7 +125,8 @@ class KZFI_PDK_API CFiPluginInterposer : public CFiPluginBase {
                        char** results, char* options) override;
 
     /// Withdraws the device of udid through importNode. request is read as kzfi_deport_request.
-    /// Returns as importResource, but 0 for a request without any of the bits, on purpose.
+    /// Returns KZFI_ERR_INVALID and KZFI_ERR_UDID as importResource, else what the bit says or the
+    /// hook's result; KZFI_OK, on purpose, for a request without any of the bits.
     int deportResource(char* udid, char* hostname, char* sessionId, char* options,
                        int request) override;
 

@@ -137,7 +137,7 @@ struct kfi_host_infn {
     kfi_host_infn* next;
 };
 
-/** A message in its serialized text form. */
+/** A message in its serialized text form; record and text stay the message's. */
 struct kfi_msg_info {
     const char* text; /**< NUL-terminated */
     uint32_t length;  /**< bytes in text without the NUL */
@@ -219,6 +219,19 @@ enum kzfi_config_mode {
 enum kzfi_node_flag {
     KZFI_NODE_READY = 0x8,           /**< ready */
     KZFI_NODE_ACCESS_DISABLED = 0x40 /**< access disabled */
+};
+
+/** Support levels that a router gives; a node without hosts gets its methods' own flags instead. */
+enum kzfi_support_level {
+    KZFI_SUPPORT_NONE = 0,         /**< not supported */
+    KZFI_SUPPORT_HOSTS = 1,        /**< for the node's hosts */
+    KZFI_SUPPORT_TRANSPORTABLE = 2 /**< for the node's hosts, and transportable */
+};
+
+/** Who calls a router's importNode. */
+enum kzfi_import_caller {
+    KZFI_IMPORT_FROM_NODE = 1,    /**< importTreeNode, initAltNode */
+    KZFI_IMPORT_FROM_RESOURCE = 2 /**< importResource, deportResource */
 };
 
 /** Bits of importResource's request, in order of precedence. */

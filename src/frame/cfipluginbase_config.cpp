@@ -3,6 +3,7 @@
 #include "cfistringtool.h"
 #include "diag/tracing.h"
 #include "frame/nodedata.h"
+#include "util/text.h"
 
 namespace kzfi_pdk_4_4 {
 namespace {
@@ -101,7 +102,8 @@ class ConfigRequest {
 
 int CFiPluginBase::config(kfi_domain* node, int mode, char* sessionId, kfi_confspec* spec) {
     KZFI_TRACE_SCOPE(traceLog);
-    const CFiPrivateDataPtr data = NodeData(privateDataManager).find(node);
+    const NodeData nodeData(privateDataManager);
+    const CFiPrivateDataPtr data = nodeData.find(node);
     if (!data) {
         return KZFI_ERR_INVALID;
     }

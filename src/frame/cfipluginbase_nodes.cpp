@@ -1,9 +1,11 @@
-// The operations that keep a node's record in step with the framework.
+// The operations whose default does work on nodes: their records, associations, sub-objects and
+// flags.
 #include <algorithm>
 
 #include "cfipluginbase.h"
 #include "diag/tracing.h"
 #include "frame/nodedata.h"
+#include "util/text.h"
 
 namespace kzfi_pdk_4_4 {
 namespace {
@@ -52,7 +54,8 @@ int CFiPluginBase::supportsFiType(kfi_domain* domain, char*) {
 int CFiPluginBase::reAccessTmpObj(kfi_domain* node, kzfi_objid*, char* splitType, kfi_domain*,
                                   char* sessionId, kfi_intent intent) {
     KZFI_TRACE_SCOPE(traceLog);
-    if (const CFiPrivateDataPtr data = NodeData(privateDataManager).create(node, 0)) {
+    const NodeData nodeData(privateDataManager);
+    if (const CFiPrivateDataPtr data = nodeData.create(node, 0)) {
         keepRequest(*data, intent, sessionId);
         if (splitType != nullptr) {
             data->setSplitType(splitType);
@@ -64,7 +67,8 @@ int CFiPluginBase::reAccessTmpObj(kfi_domain* node, kzfi_objid*, char* splitType
 int CFiPluginBase::reAccessAltNode(kfi_domain* node, kzfi_objid*, kzfi_objid*, char* sessionId,
                                    kzfi_objid**, kzfi_objid**, int, kfi_intent intent) {
     KZFI_TRACE_SCOPE(traceLog);
-    if (const CFiPrivateDataPtr data = NodeData(privateDataManager).create(node, 0)) {
+    const NodeData nodeData(privateDataManager);
+    if (const CFiPrivateDataPtr data = nodeData.create(node, 0)) {
         keepRequest(*data, intent, sessionId);
     }
     return KZFI_OK;
@@ -83,7 +87,8 @@ void CFiPluginBase::deInitNode(kfi_domain* node) {
 
 int CFiPluginBase::subobjList(kfi_domain* node, kzfi_objid*** list, int* count) {
     KZFI_TRACE_SCOPE(traceLog);
-    const CFiPrivateDataPtr data = NodeData(privateDataManager).find(node);
+    const NodeData nodeData(privateDataManager);
+    const CFiPrivateDataPtr data = nodeData.find(node);
     if (!data || list == nullptr || count == nullptr) {
         return KZFI_OK;
     }

@@ -13,8 +13,6 @@ namespace {
 
 constexpr int OBJECT_KIND = 3;
 
-enum SupportLevel { NOT_SUPPORTED = 0, WITH_HOSTS = 1, TRANSPORTABLE = 2 };
-
 kzfi_objid* objectId(const std::string& name) {
     return kzfi_get_objid(name.c_str(), name.size() + 1, OBJECT_KIND);
 }
@@ -24,7 +22,8 @@ bool contains(const char* name, const std::string& part) {
 }
 
 bool names(const SFiGroupInfo& group, const kfi_domain& node) {
-    return group.groupObjId != nullptr && kzfi_objidcmp(group.groupObjId, node.objid) == 0;
+    return group.groupObjId != nullptr && node.objid != nullptr &&
+           kzfi_objidcmp(group.groupObjId, node.objid) == 0;
 }
 
 const SFiFimInfo* findFim(const std::vector<SFiFimInfo>& fims, const char* fiType) {
@@ -153,6 +152,7 @@ int CFiPluginInterposer::interpose(kfi_domain* domain, kzfi_objid** interposer, 
         }
         const std::string interposerName = marker() + name;
         *interposer = objectId(interposerName);
+        *lower = nullptr;
         *lowerCount = static_cast<int>(pattern.second.size());
         *lower = groupIds(pattern.second);
         traceTo(traceLog, TRACE_INFO, "Info, interposing with node [%s] on [%s].",
@@ -169,15 +169,11 @@ int CFiPluginInterposer::claim(kzfi_objid* primary, kzfi_objid*** secondaries, i
         return KZFI_CLAIM_NONE;
     }
     const std::string name = primary->name;
-    if (isInterposerNode(primary->name)) {
+    if (secondaries != nullptr && count != nullptr && isInterposerNode(primary->name)) {
         for (const auto& pattern : fims) {
             if (contains(name.c_str(), pattern.first)) {
-                if (secondaries != nullptr) {
-                    *secondaries = nullptr;
-                }
-                if (count != nullptr) {
-                    *count = 0;
-                }
+                *secondaries = nullptr;
+                *count = 0;
                 traceTo(traceLog, TRACE_INFO, "Info, claiming node [%s] KFI_CLAIM_SECONDARY",
                         name.c_str());
                 return KZFI_CLAIM_SECONDARY;
@@ -197,12 +193,13 @@ int CFiPluginInterposer::supportsFiType(kfi_domain* domain, char* fiType) {
     const std::vector<SFiFimInfo> candidates = getFims(nameOf(domain));
     const SFiFimInfo* fim = fiType != nullptr ? findFim(candidates, fiType) : nullptr;
     if (fim == nullptr) {
-        level = NOT_SUPPORTED;
+        level = KZFI_SUPPORT_NONE;
         return 0;
     }
-    const CFiPrivateDataPtr data = NodeData(privateDataManager).find(domain);
+    const NodeData nodeData(privateDataManager);
+    const CFiPrivateDataPtr data = nodeData.find(domain);
     if (data && !data->getHostList().empty()) {
-        level = data->getTransportable() ? TRANSPORTABLE : WITH_HOSTS;
+        level = data->getTransportable() ? KZFI_SUPPORT_TRANSPORTABLE : KZFI_SUPPORT_HOSTS;
     } else {
         level |= fim->typeFlags;
     }
@@ -282,7 +279,7 @@ int CFiPluginInterposer::checkNodeExistence(kfi_domain* node, int* exists) {
     if (fims.empty()) {
         return KZFI_ERR_NOT_IMPLEMENTED;
     }
-    if (exists != nullptr) {
+    if (node != nullptr && exists != nullptr) {
         *exists = isInterposerNode(nameOf(node)) ? 1 : 0;
     }
     return KZFI_OK;

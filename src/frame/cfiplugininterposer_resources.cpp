@@ -6,9 +6,6 @@
 namespace kzfi_pdk_4_4 {
 namespace {
 
-/// Who asks the hook.
-enum Caller { FROM_NODE = 1, FROM_RESOURCE = 2 };
-
 bool isDeviceIdentifier(const char* udid) {
     try {
         const CFiUdid parsed{tstring(udid)};
@@ -48,11 +45,13 @@ int CFiPluginInterposer::importTreeNode(kfi_domain* node, kzfi_objid**, kzfi_obj
     }
     std::vector<tstring> hosts;
     bool transportable = false;
-    if (const CFiPrivateDataPtr data = NodeData(privateDataManager).find(node)) {
+    const NodeData nodeData(privateDataManager);
+    if (const CFiPrivateDataPtr data = nodeData.find(node)) {
         hosts = data->getHostList();
         transportable = data->getTransportable();
     }
-    const int result = importNode(node->objid->name, hosts, transportable, false, false, FROM_NODE);
+    const int result =
+        importNode(node->objid->name, hosts, transportable, false, false, KZFI_IMPORT_FROM_NODE);
     if (out != nullptr) {
         *out = node->objid;
     }
@@ -76,7 +75,8 @@ int CFiPluginInterposer::initAltNode(kfi_domain* node, kfi_domain*, kfi_domain* 
     if (skipImport || !data || data->getTransportable() || data->getIntent() != 0) {
         return KZFI_OK;
     }
-    return importNode(nameOf(target), data->getHostList(), false, false, false, FROM_NODE);
+    return importNode(nameOf(target), data->getHostList(), false, false, false,
+                      KZFI_IMPORT_FROM_NODE);
 }
 
 int CFiPluginInterposer::importResource(char**, char* udid, char* hostname, char*, int request,
@@ -93,10 +93,10 @@ int CFiPluginInterposer::importResource(char**, char* udid, char* hostname, char
         return KZFI_ERR_NOT_IMPLEMENTED;
     }
     if ((request & KZFI_IMPORT) != 0) {
-        return importNode(udid, hosts, false, false, false, FROM_RESOURCE);
+        return importNode(udid, hosts, false, false, false, KZFI_IMPORT_FROM_RESOURCE);
     }
     if ((request & KZFI_IMPORT_VARIANT) != 0) {
-        return importNode(udid, hosts, false, true, false, FROM_RESOURCE);
+        return importNode(udid, hosts, false, true, false, KZFI_IMPORT_FROM_RESOURCE);
     }
     return KZFI_ERR_FAILED;
 }
@@ -114,10 +114,10 @@ int CFiPluginInterposer::deportResource(char* udid, char* hostname, char*, char*
     }
     const std::vector<tstring> hosts = hostsOf(traceLog, __func__, hostname);
     if ((request & KZFI_DEPORT_VARIANT) != 0) {
-        return importNode(udid, hosts, false, true, true, FROM_RESOURCE);
+        return importNode(udid, hosts, false, true, true, KZFI_IMPORT_FROM_RESOURCE);
     }
     if ((request & KZFI_DEPORT) != 0) {
-        return importNode(udid, hosts, false, false, true, FROM_RESOURCE);
+        return importNode(udid, hosts, false, false, true, KZFI_IMPORT_FROM_RESOURCE);
     }
     // An unknown request is no error here, unlike an import's; kept so on purpose.
     return (request & KZFI_DEPORT_DECLINED) != 0 ? KZFI_ERR_NOT_IMPLEMENTED : KZFI_OK;

@@ -6,6 +6,7 @@
 #include "cfiprivatedata.h"
 #include "cfistringtool.h"
 #include "diag/tracing.h"
+#include "util/text.h"
 #include "util/tokens.h"
 
 namespace kzfi_pdk_4_4 {

@@ -3,7 +3,7 @@
 #define KZFI_FRAME_NODEDATA_H
 
 #include "cfiprivatedata.h"
-#include "diag/tracing.h"
+#include "util/text.h"
 
 namespace kzfi_pdk_4_4 {
 

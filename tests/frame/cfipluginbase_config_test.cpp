@@ -169,6 +169,24 @@ TEST_F(Config, OnlyTheFirstSelectorGivesIndexOne) {
     EXPECT_EQ(spec.text, values(value("one", "1")));
 }
 
+TEST_F(Config, EachIndexHasListsOfItsOwn) {
+    describe(plugin.globalConfigInfo[0][0], "zero", "0");
+    describe(plugin.globalConfigInfo[0][1], "one", "1");
+    spec = {0, 1, nullptr};
+    EXPECT_EQ(call(GET), 0);
+    EXPECT_EQ(spec.text, values(value("zero", "0")));
+    incoming = NO_VALUES;
+    spec = {0, 1, incoming.data()};
+    EXPECT_EQ(call(SET), 0);
+    EXPECT_EQ(spec.text, values(value("zero", "0")));
+    EXPECT_FALSE(data->hasConfigDataList(1));
+    store(*data->configDataList(1), "one", "mine");
+    spec = {0, 1, nullptr};
+    EXPECT_EQ(call(CLEAR), 0);
+    EXPECT_TRUE(data->configDataList(0)->empty());
+    EXPECT_FALSE(data->configDataList(1)->empty());
+}
+
 TEST_F(Config, OtherModesDoNothing) {
     for (const int mode : {0, 6, 7, -1}) {
         EXPECT_EQ(request(mode, "<a/>"), 0);
@@ -414,23 +432,50 @@ TEST(ConfigOverride, OnlyGetParamSeesAnOverride) {
     EXPECT_THAT(plugin.asked, ElementsAre("1 first", "1 first", "1 second", "1 first"));
 }
 
+/// A record that takes the factory away in the middle of an operation.
+class Disowning : public CFiPrivateData {
+  public:
+    Disowning(kzfi_objid* id, CFiPrivateDataManager& owner) : CFiPrivateData(id), manager(owner) {}
+    void setSessionId(const char* id) override {
+        manager.registerFactory(CFiPrivateDataFactoryPtr());
+        factoryLived = factoryAlive;
+        CFiPrivateData::setSessionId(id);
+    }
+
+    CFiPrivateDataManager& manager;
+    static bool factoryAlive;
+    bool factoryLived = false;
+};
+
+bool Disowning::factoryAlive = false;
+
 TEST_F(Config, FactoryIsHeldForTheWholeOperation) {
-    class Swapping : public RecordingFactory {
+    class Mortal : public RecordingFactory {
       public:
-        explicit Swapping(CFiPrivateDataManager& owner) : manager(owner) {}
-        CFiPrivateDataPtr findPrivateData(kfi_domain* wanted) override {
-            manager.registerFactory(CFiPrivateDataFactoryPtr());
-            return RecordingFactory::findPrivateData(wanted);
-        }
-        CFiPrivateDataManager& manager;
+        Mortal() { Disowning::factoryAlive = true; }
+        ~Mortal() override { Disowning::factoryAlive = false; }
     };
     CFiPrivateDataManagerPtr manager(new CFiPrivateDataManager);
-    auto* swapping = new Swapping(*manager);
-    swapping->records[node.get()] = data;
-    manager->registerFactory(swapping);
     plugin.registerPrivateDataManager(manager);
-    EXPECT_EQ(request(GET), 0);
-    EXPECT_FALSE(manager->getFactory());
+    auto* record = new Disowning(node.objid(), *manager);
+    const CFiPrivateDataPtr held(record);
+    const auto registerFactory = [&] {
+        auto* mortal = new Mortal;
+        mortal->records[node.get()] = held;
+        manager->registerFactory(mortal);
+        record->factoryLived = false;
+    };
+    registerFactory();
+    request(GET);
+    EXPECT_TRUE(record->factoryLived);
+    EXPECT_FALSE(Disowning::factoryAlive) << "and no longer";
+    registerFactory();
+    char session[] = "S1";
+    plugin.reAccessTmpObj(node.get(), nullptr, nullptr, nullptr, session, 0);
+    EXPECT_TRUE(record->factoryLived);
+    registerFactory();
+    plugin.reAccessAltNode(node.get(), nullptr, nullptr, session, nullptr, nullptr, 0, 0);
+    EXPECT_TRUE(record->factoryLived);
 }
 
 } // namespace

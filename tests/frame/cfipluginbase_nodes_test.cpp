@@ -176,6 +176,17 @@ TEST_F(NodeOperations, NoSubObjectsAreNullAndZero) {
     EXPECT_THAT(trace.lines(), IsEmpty());
 }
 
+TEST_F(NodeOperations, SubObjectsNeedBothArguments) {
+    know(node);
+    kzfi_objid* object = nullptr;
+    kzfi_objid** list = &object;
+    int count = -1;
+    EXPECT_EQ(plugin.subobjList(node.get(), nullptr, &count), 0);
+    EXPECT_EQ(plugin.subobjList(node.get(), &list, nullptr), 0);
+    EXPECT_EQ(list, &object);
+    EXPECT_EQ(count, -1);
+}
+
 TEST_F(NodeOperations, WithoutARecordTheSubObjectArgumentsStay) {
     kzfi_objid* object = nullptr;
     kzfi_objid** list = &object;

@@ -1,10 +1,12 @@
 // The program's own stat, chown and sleep stand before the C library's, so that nothing waits and
 // nothing changes hands.
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <string>
 #include <vector>
@@ -20,6 +22,7 @@ struct FileSystem {
     uid_t owner = 0;
     gid_t group = 0;
     int statsUntilChanged = 0; // looks that still show the old owner
+    bool groupStays = false;   // the group never shows
     int failingStat = 0;       // the n-th look fails, from 1
     int failingChown = 0;
     int stats = 0;
@@ -50,7 +53,7 @@ __attribute__((visibility("default"))) int stat(const char* path, struct stat* s
     *status = {};
     const bool changed = faked->statsUntilChanged-- <= 0;
     status->st_uid = changed ? faked->wantedOwner : faked->owner;
-    status->st_gid = changed ? faked->wantedGroup : faked->group;
+    status->st_gid = changed && !faked->groupStays ? faked->wantedGroup : faked->group;
     return 0;
 }
 
@@ -159,6 +162,12 @@ TEST_F(SetOwnerIds, AnOwnerThatNeverShowsIsNoError) {
     EXPECT_THAT(lines, testing::Not(testing::Contains("setOwnerIds: Got matching gid, pid.")));
 }
 
+TEST_F(SetOwnerIds, TheGroupMustShowToo) {
+    files.groupStays = true;
+    EXPECT_EQ(change(7, 8), 0);
+    EXPECT_EQ(std::count(files.calls.begin(), files.calls.end(), "sleep 30"), 10);
+}
+
 TEST_F(SetOwnerIds, MinusOneIsNeverSeen) {
     EXPECT_EQ(change(-1, 8), 0);
     EXPECT_EQ(std::count(files.calls.begin(), files.calls.end(), "sleep 30"), 10);
@@ -168,8 +177,11 @@ TEST_F(SetOwnerIds, MinusOneIsNeverSeen) {
 TEST_F(SetOwnerIds, TellsThatThePathIsNotThere) {
     files.failingStat = 1;
     EXPECT_EQ(change(7, 8), 18);
-    EXPECT_THAT(texts(1),
-                ElementsAre("Error: setOwnerIds: Unable to stat partition /dev/x errno=[2]"));
+    EXPECT_THAT(
+        trace.all(),
+        ElementsAre(
+            TracedLine{3, "INFO: setOwnerIds for [/dev/x] with ownerid=[7], groupid=[8]"},
+            TracedLine{1, "Error: setOwnerIds: Unable to stat partition /dev/x errno=[2]"}));
     EXPECT_EQ(files.chowns, 0);
 }
 

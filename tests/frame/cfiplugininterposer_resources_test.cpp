@@ -116,6 +116,10 @@ TEST_F(InterposerResources, AnUnknownTreeNodeIsPresentedToNobody) {
     EXPECT_THAT(router.calls, ElementsAre("disk [] 0 0 0 1"));
 }
 
+TEST_F(InterposerResources, ATreeNodeMayBePresentedWithoutAskingForItsId) {
+    EXPECT_EQ(router.importTreeNode(node.get(), nullptr, nullptr, 0, nullptr), 77);
+}
+
 TEST_F(InterposerResources, ATreeNodeNeedsAName) {
     kzfi_objid unnamed = {};
     Node withoutName("x");

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -189,6 +190,67 @@ TEST_F(Interposer, TriesPatternsInByteOrder) {
                     TracedLine{3, "Info, interposing with node [<rt>xab] on [xab]."}));
 }
 
+TEST_F(Interposer, AsksForObjectIdsAsTheFrameworkWants) {
+    router.addFim("disk", "fimA", "", 1, "");
+    Node node("disk");
+    kzfi_objid* interposer = nullptr;
+    kzfi_objid** lower = nullptr;
+    int count = 0;
+    router.interpose(node.get(), &interposer, &lower, &count);
+    EXPECT_EQ(interposer->length, 9u) << "with the NUL";
+    EXPECT_EQ(interposer->kind, 3);
+    EXPECT_EQ(lower[0]->length, 15u);
+    EXPECT_EQ(lower[0]->kind, 3);
+    kzfi_free_buf(lower, sizeof(kzfi_objid*));
+}
+
+TEST_F(Interposer, TheSameMethodTwiceGivesItsGroupTwice) {
+    router.addFim("disk", "fimA", "", 1, "");
+    router.addFim("disk", "fimA", "", 1, "");
+    Node node("disk");
+    EXPECT_THAT(interpose(node).lower, ElementsAre("fimA_FIM_GROUP", "fimA_FIM_GROUP"));
+}
+
+TEST_F(Interposer, AGroupThatLooksLikeAnOwnNodeIsAGroup) {
+    router.addFim("disk", "fimA", "", 1, "<rt>disk");
+    router.addFim("disk", "fimB", "", 1, "");
+    EXPECT_THAT(fimNames("<rt>disk"), ElementsAre("fimA"));
+}
+
+TEST_F(Interposer, ServicesTraceNothing) {
+    router.addFim("disk", "fimA", "", 1, "");
+    router.getFims("<rt>disk");
+    router.isGroupNode("disk");
+    router.isInterposerNode("disk");
+    router.addIgnoreNodeType(1);
+    router.setDefaultNodeType(1);
+    EXPECT_THAT(trace.all(), IsEmpty());
+}
+
+TEST_F(Interposer, NullArgumentsGiveTheDefaultAndWriteNothing) {
+    router.addFim("disk", "fimA", "", 1, "");
+    Node own("<rt>disk");
+    Node storage("disk");
+    int count = 9;
+    kzfi_objid* object = nullptr;
+    kzfi_objid** list = &object;
+    EXPECT_EQ(router.claim(own.objid(), nullptr, &count), 0);
+    EXPECT_EQ(router.claim(own.objid(), &list, nullptr), 0);
+    EXPECT_EQ(router.interpose(nullptr, &object, &list, &count), 0);
+    EXPECT_EQ(router.interpose(storage.get(), nullptr, &list, &count), 0);
+    EXPECT_EQ(router.interpose(storage.get(), &object, nullptr, &count), 0);
+    EXPECT_EQ(router.interpose(storage.get(), &object, &list, nullptr), 0);
+    EXPECT_EQ(router.initNode(nullptr, nullptr, 0, nullptr), 0);
+    router.deInitNode(nullptr);
+    int exists = 42;
+    EXPECT_EQ(router.checkNodeExistence(nullptr, &exists), 0);
+    EXPECT_EQ(router.checkNodeExistence(own.get(), nullptr), 0);
+    EXPECT_EQ(exists, 42);
+    EXPECT_EQ(count, 9);
+    EXPECT_EQ(list, &object);
+    EXPECT_EQ(object, nullptr);
+}
+
 TEST_F(Interposer, LeavesWhatItDoesNotInterpose) {
     Node node("disk");
     const auto expectUntouched = [this, &node] {
@@ -341,7 +403,7 @@ TEST_F(InterposerSupport, HostsDecideTheLevel) {
 }
 
 TEST_F(InterposerSupport, RefusesOtherTypesAndNodes) {
-    for (const char* type : {"fimC", "FIMA", "Any", ""}) {
+    for (const char* type : {"fimC", "FIMA", "Any", "", "anything", "an"}) {
         *node->support_level = 9;
         EXPECT_EQ(supports(type), 0) << type;
         EXPECT_EQ(node.level(), 0);
@@ -355,7 +417,7 @@ TEST_F(InterposerSupport, RefusesOtherTypesAndNodes) {
     EXPECT_EQ(plain.level(), 0);
 }
 
-TEST_F(InterposerSupport, AMethodCalledLikeTheTypeComesBeforeLaterOnes) {
+TEST_F(InterposerSupport, AnyMeansTheFirstMethodEvenWhenALaterOneIsCalledSo) {
     router.addFim("disk", "any", "", 0x40, "");
     *node->support_level = 0;
     EXPECT_EQ(supports("any"), 1);
@@ -396,6 +458,8 @@ class InterposerNodes : public Interposer {
 TEST_F(InterposerNodes, BeginsANodeOfItsOwn) {
     Node node("<rt>disk1");
     int elsewhere = 0;
+    kfi_domain_assoc dropped = {};
+    node->assoc_list = &dropped;
     node->second_list = &elsewhere;
     node->type = 7;
     EXPECT_EQ(init(node), 0);
@@ -406,7 +470,8 @@ TEST_F(InterposerNodes, BeginsANodeOfItsOwn) {
     EXPECT_THAT(takeAssociations(node),
                 ElementsAre("altA/<rt>disk1/(null)", "fimA/<rt>disk1/(null)",
                             "altB/<rt>disk1/(null)", "fimB/<rt>disk1/(null)"));
-    EXPECT_EQ(trace.lines()[0].text, "CFiPluginInterposer::initNode for Node [<rt>disk1]");
+    EXPECT_THAT(trace.lines(),
+                ElementsAre(TracedLine{3, "CFiPluginInterposer::initNode for Node [<rt>disk1]"}));
     router.deInitNode(node.get());
 }
 
@@ -438,8 +503,10 @@ TEST_F(InterposerNodes, AKnownGroupNodeIsLeftAlone) {
     Node again("groupA");
     EXPECT_EQ(init(again), 0);
     EXPECT_EQ(router.groups["groupA"].groupNode, again.get()) << "another domain takes its place";
+    EXPECT_EQ(again->type, 0x100);
+    EXPECT_THAT(factory->calls, ElementsAre("create 0"));
     takeAssociations(group);
-    takeAssociations(again);
+    EXPECT_THAT(takeAssociations(again), ElementsAre("altA/groupA/groupA", "fimA/groupA/groupA"));
     router.deInitNode(group.get());
     router.deInitNode(again.get());
 }
@@ -460,16 +527,36 @@ TEST_F(InterposerNodes, WithoutDefaultTypeTheTypeIsZero) {
     EXPECT_EQ(node->type, 0);
 }
 
+TEST_F(InterposerNodes, TheRecordIsMadeAfterTheAssociations) {
+    class Looking : public RecordingFactory {
+      public:
+        CFiPrivateDataPtr createPrivateData(kfi_domain* node, int altNode) override {
+            listThere = node->assoc_list != nullptr;
+            return RecordingFactory::createPrivateData(node, altNode);
+        }
+        bool listThere = false;
+    };
+    auto* looking = new Looking;
+    CFiPrivateDataManagerPtr manager(new CFiPrivateDataManager(looking));
+    router.registerPrivateDataManager(manager);
+    Node node("<rt>disk1");
+    init(node);
+    EXPECT_TRUE(looking->listThere);
+    takeAssociations(node);
+    router.deInitNode(node.get());
+}
+
 TEST_F(InterposerNodes, AGroupWithoutObjectIdIsNeverMet) {
     kzfi_platform_fail_objid(1);
     router.addFim("cd", "fimC", "", 1, "groupC");
     EXPECT_EQ(router.groups["groupC"].groupObjId, nullptr);
-    kzfi_objid unnamed = {};
     Node node("groupC");
-    node->objid = &unnamed;
+    node->objid = nullptr;
     EXPECT_EQ(init(node), 0);
     EXPECT_EQ(router.groups["groupC"].groupNode, nullptr);
+    router.groups["groupC"].groupNode = node.get();
     router.deInitNode(node.get());
+    EXPECT_EQ(router.groups["groupC"].groupNode, node.get());
 }
 
 TEST_F(InterposerNodes, AnExceptionIsCaughtAndTraced) {

@@ -59,9 +59,11 @@ TEST_F(DefaultValues, AnEmptyListTakesThemWhole) {
 TEST_F(DefaultValues, AListWithEveryKeyStaysAsItIs) {
     describe("mode", "x");
     have("mode", "mine");
+    values().entries()["mode"].value = "later";
     const std::string before = values().getXML();
     data->addDefaultConfigParamsToDataList(1, &descriptions);
-    EXPECT_EQ(values().getXML(), before);
+    EXPECT_EQ(values().getXML(), before) << "not even the text is made anew";
+    values().entries()["mode"].value = "mine";
     EXPECT_EQ(valueOf("mode"), "mine");
 }
 
@@ -80,6 +82,13 @@ TEST_F(DefaultValues, ALongerExistingNameHidesADefault) {
     have("snapshot_mode", "mine");
     data->addDefaultConfigParamsToDataList(1, &descriptions);
     EXPECT_EQ(values().entries().count("mode"), 0u);
+}
+
+TEST_F(DefaultValues, AShorterExistingNameHidesNothing) {
+    describe("snapshot_mode", "x");
+    have("mode", "mine");
+    data->addDefaultConfigParamsToDataList(1, &descriptions);
+    EXPECT_EQ(valueOf("snapshot_mode"), "x");
 }
 
 TEST_F(DefaultValues, AnAddedDefaultHidesNoLaterOne) {

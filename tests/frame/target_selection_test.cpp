@@ -111,6 +111,23 @@ TEST_F(TargetSelection, TargetIsUpperCaseWhileCandidatesStayAsWritten) {
     EXPECT_THAT(data->getTargets(), ElementsAre("00b7"));
 }
 
+TEST_F(TargetSelection, LinesNameTheIdentifierInUpperCase) {
+    rename("UDID##acme##array7##enc1##00a3");
+    select("[enc1##00a3;t]");
+    EXPECT_THAT(lines, testing::Contains(
+                           TracedLine{3, "Source found [UDID##ACME##ARRAY7##ENC1##00A3] \n"}));
+    EXPECT_EQ(lines[0].text, "called for UDID [UDID##ACME##ARRAY7##ENC1##00A3] \n");
+}
+
+TEST_F(TargetSelection, WithoutTheParameterOldCandidatesStay) {
+    data->addTarget("old");
+    EXPECT_EQ(select(), 6);
+    EXPECT_THAT(data->getTargets(), ElementsAre("old"));
+    data->configDataList(1);
+    EXPECT_EQ(select(), 6);
+    EXPECT_THAT(data->getTargets(), ElementsAre("old"));
+}
+
 TEST_F(TargetSelection, AnythingMayStandBeforeTheIdentifier) {
     rename("xyzUDID##a##b##e##d");
     EXPECT_EQ(select("[e##d;t]"), 0);
@@ -138,6 +155,11 @@ TEST_F(TargetSelection, ValueIsUnescapedOnceBeforeItIsSplit) {
     EXPECT_THAT(data->getTargets(), ElementsAre("T<1"));
     EXPECT_EQ(lines[1].text,
               "FI_CONFIG_PARAM_SNAPSHOT_RESOURCE_SPEC: [x##y;z&amp;ENC1##00A3;T&lt;1]");
+    EXPECT_EQ(select("ENC1##00A3;T&quot;"), 0);
+    EXPECT_EQ(select("ENC1##00A3;a&amp;gt;b"), 0);
+    EXPECT_THAT(data->getTargets(), ElementsAre("a")) << "what follows is another group";
+    EXPECT_EQ(select("ENC1##00A3;a&amp;quot;b&amp;"), 0);
+    EXPECT_THAT(data->getTargets(), ElementsAre("a"));
 }
 
 TEST_F(TargetSelection, TargetsMayLackAnEnclosure) {

@@ -6,6 +6,7 @@
 #include "cfierrormgr.h"
 #include "cfiicucatalog.h"
 #include "cfipluginbase.h"
+#include "cfiplugininterposer.h"
 #include "cfiprivatedata.h"
 #include "layout/virtual_slots.h"
 
@@ -180,90 +181,105 @@ TEST(PluginBaseLayout, SecondaryTablesAreThoseOfTheBases) {
     EXPECT_EQ(slotOf(&CFiPluginBase::registerTraceLog), 2);
 }
 
+/// An operation with its result and the types of its arguments; another signature does not compile.
+#define OPERATION(Result, operation, arguments)                                                    \
+    {                                                                                              \
+#operation,                                                                                \
+            slotOf(static_cast <Result(CFiPluginBase::*) arguments>(&CFiPluginBase::operation))    \
+    }
+
 const std::vector<Slot>& pluginSlots() {
     static const std::vector<Slot> slots = {
-        SLOT(CFiPluginBase, delayedInit),
-        SLOT(CFiPluginBase, globalConfigInfoList),
-        SLOT(CFiPluginBase, init),
-        SLOT(CFiPluginBase, fini),
-        SLOT(CFiPluginBase, claim),
-        SLOT(CFiPluginBase, supportsFiType),
-        SLOT(CFiPluginBase, deportTree),
-        SLOT(CFiPluginBase, importTreeNode),
-        SLOT(CFiPluginBase, initNode),
-        SLOT(CFiPluginBase, config),
-        SLOT(CFiPluginBase, initAltNode),
-        SLOT(CFiPluginBase, reAccessTmpObj),
-        SLOT(CFiPluginBase, reAccessAltNode),
-        SLOT(CFiPluginBase, deInitNode),
-        SLOT(CFiPluginBase, dispose),
-        SLOT(CFiPluginBase, online),
-        SLOT(CFiPluginBase, subobjList),
-        SLOT(CFiPluginBase, errMsg),
-        SLOT(CFiPluginBase, buildAltTree),
-        SLOT(CFiPluginBase, quiesce),
-        SLOT(CFiPluginBase, unquiesce),
-        SLOT(CFiPluginBase, make),
-        SLOT(CFiPluginBase, makeSnapshots),
-        SLOT(CFiPluginBase, prepare),
-        SLOT(CFiPluginBase, prepareSnapshots),
-        SLOT(CFiPluginBase, select),
-        SLOT(CFiPluginBase, selectSnapshots),
-        SLOT(CFiPluginBase, isReady),
-        SLOT(CFiPluginBase, cacheDisable),
-        SLOT(CFiPluginBase, cacheEnable),
-        SLOT(CFiPluginBase, cacheFlush),
-        SLOT(CFiPluginBase, interpose),
-        SLOT(CFiPluginBase, getAttr),
-        SLOT(CFiPluginBase, getProviderInfo),
-        SLOT(CFiPluginBase, enumerateNodes),
-        SLOT(CFiPluginBase, enumerateAssociations),
-        SLOT(CFiPluginBase, enumerateGroupNodes),
-        SLOT(CFiPluginBase, enumerateFims),
-        SLOT(CFiPluginBase, isValidNodeAssociation),
-        SLOT(CFiPluginBase, getAssociatedNodes),
-        SLOT(CFiPluginBase, checkNodeExistence),
-        SLOT(CFiPluginBase, objctl),
-        SLOT(CFiPluginBase, processProviderState),
-        SLOT(CFiPluginBase, getLastError),
-        SLOT(CFiPluginBase, delLastError),
-        SLOT(CFiPluginBase, getLocaleMessage),
-        SLOT(CFiPluginBase, delLocaleMessage),
-        SLOT(CFiPluginBase, enableAccess),
-        SLOT(CFiPluginBase, disableAccess),
-        SLOT(CFiPluginBase, restore),
-        SLOT(CFiPluginBase, resync),
-        SLOT(CFiPluginBase, getStatus),
-        SLOT(CFiPluginBase, prePrepare),
-        SLOT(CFiPluginBase, queryValidSecondaries),
-        SLOT(CFiPluginBase, resourceStatus),
-        SLOT(CFiPluginBase, revisitPluginNodes),
-        SLOT(CFiPluginBase, verifyQSCombos),
-        SLOT(CFiPluginBase, setImportOptions),
-        SLOT(CFiPluginBase, startBuildAltTree),
-        SLOT(CFiPluginBase, translateResourceNames),
-        SLOT(CFiPluginBase, enumerateEnclosures),
-        SLOT(CFiPluginBase, importResource),
-        SLOT(CFiPluginBase, format),
-        SLOT(CFiPluginBase, enumerateHostNodes),
-        SLOT(CFiPluginBase, onlineResource),
-        SLOT(CFiPluginBase, deportResource),
-        SLOT(CFiPluginBase, isParentPgn),
-        SLOT(CFiPluginBase, unformat),
-        SLOT(CFiPluginBase, preDeportResource),
-        SLOT(CFiPluginBase, refreshTree),
-        SLOT(CFiPluginBase, getBackupset),
-        SLOT(CFiPluginBase, getAppStatus),
-        SLOT(CFiPluginBase, setOpStatus),
-        SLOT(CFiPluginBase, setCompStatus),
-        SLOT(CFiPluginBase, setRestorepaths),
-        SLOT(CFiPluginBase, createSnapReplicaNode),
-        SLOT(CFiPluginBase, updateSnapshotId),
-        SLOT(CFiPluginBase, getSnapshotSetId),
-        SLOT(CFiPluginBase, preselect),
-        SLOT(CFiPluginBase, updateSnapshotHandle),
-        SLOT(CFiPluginBase, getSnapdiff),
-        SLOT(CFiPluginBase, postDeport),
+        OPERATION(int, delayedInit, ()),
+        OPERATION(CFiConfigParamInfoList*, globalConfigInfoList, (int, bool)),
+        OPERATION(int, init, ()),
+        OPERATION(void, fini, ()),
+        OPERATION(int, claim, (kzfi_objid*, kzfi_objid***, int*)),
+        OPERATION(int, supportsFiType, (kfi_domain*, char*)),
+        OPERATION(int, deportTree, (kfi_domain*, kfi_domain*, kfi_accessnode*)),
+        OPERATION(int, importTreeNode,
+                  (kfi_domain*, kzfi_objid**, kzfi_objid**, int, kzfi_objid**)),
+        OPERATION(int, initNode, (kfi_domain*, kfi_domain**, int, kzfi_objid*)),
+        OPERATION(int, config, (kfi_domain*, int, char*, kfi_confspec*)),
+        OPERATION(int, initAltNode, (kfi_domain*, kfi_domain*, kfi_domain*, bool)),
+        OPERATION(int, reAccessTmpObj,
+                  (kfi_domain*, kzfi_objid*, char*, kfi_domain*, char*, kfi_intent)),
+        OPERATION(int, reAccessAltNode,
+                  (kfi_domain*, kzfi_objid*, kzfi_objid*, char*, kzfi_objid**, kzfi_objid**, int,
+                   kfi_intent)),
+        OPERATION(void, deInitNode, (kfi_domain*)),
+        OPERATION(int, dispose, (kfi_domain*, kfi_domain*, kfi_splitnode*, kfi_disposition)),
+        OPERATION(int, online, (kfi_domain*, kfi_domain*, int, kfi_disposition)),
+        OPERATION(int, subobjList, (kfi_domain*, kzfi_objid***, int*)),
+        OPERATION(int, errMsg, (int, const char**)),
+        OPERATION(int, buildAltTree,
+                  (kfi_domain*, char*, kzfi_objid**, kzfi_objid**, int, kzfi_objid**)),
+        OPERATION(int, quiesce, (kfi_quiescenode**, int, char*)),
+        OPERATION(void, unquiesce, (kfi_quiescenode**, int)),
+        OPERATION(int, make, (char*, kfi_splitnode**, int, kzfi_objid***, int*)),
+        OPERATION(int, makeSnapshots, (CFiSessionPtr&)),
+        OPERATION(int, prepare, (char*, kfi_splitnode**, int, int)),
+        OPERATION(int, prepareSnapshots, (CFiSessionPtr&)),
+        OPERATION(int, select, (char*, kfi_splitnode**, int)),
+        OPERATION(int, selectSnapshots, (CFiSessionPtr&)),
+        OPERATION(int, isReady, (char*, kfi_splitnode**, int)),
+        OPERATION(int, cacheDisable, (kfi_domain*, int)),
+        OPERATION(void, cacheEnable, (kfi_domain*, int)),
+        OPERATION(void, cacheFlush, (kfi_domain*, int)),
+        OPERATION(int, interpose, (kfi_domain*, kzfi_objid**, kzfi_objid***, int*)),
+        OPERATION(int, getAttr, (kfi_domain*, kfi_domain*, kfi_splitnode*, kfi_attributes*)),
+        OPERATION(int, getProviderInfo, (kfi_provider_list**)),
+        OPERATION(int, enumerateNodes, (kfi_node_list**, int*, int, char*)),
+        OPERATION(int, enumerateAssociations, (kfi_assoc_list**)),
+        OPERATION(int, enumerateGroupNodes, (kfi_group_node_list**)),
+        OPERATION(int, enumerateFims, (kfi_fim_list**)),
+        OPERATION(int, isValidNodeAssociation, (kfi_assoc*, int*)),
+        OPERATION(int, getAssociatedNodes, (kfi_node*, kfi_node_list**)),
+        OPERATION(int, checkNodeExistence, (kfi_domain*, int*)),
+        OPERATION(int, objctl, (tstring, CFiObjctlArgs&)),
+        OPERATION(int, processProviderState, (kfi_domain*, kfi_blob*, kfi_op_providerstate)),
+        OPERATION(int, getLastError, (kfi_msg_info**)),
+        OPERATION(int, delLastError, (kfi_msg_info**)),
+        OPERATION(int, getLocaleMessage, (int*, kfi_msg_info*, const char*, char**)),
+        OPERATION(int, delLocaleMessage, (char**)),
+        OPERATION(int, enableAccess, (kfi_node_subobj_list*, long, int, int)),
+        OPERATION(int, disableAccess, (kfi_node_subobj_list*, long)),
+        OPERATION(int, restore,
+                  (kzfi_objid**, kzfi_objid**, long, char*, char*, char***, long*, long, long*)),
+        OPERATION(int, resync, (kzfi_objid**, kzfi_objid**, long, char*, char*, long, long*)),
+        OPERATION(int, getStatus, (kzfi_objid**, kzfi_objid**, long, char*, long, long*)),
+        OPERATION(int, prePrepare, (kfi_domain*)),
+        OPERATION(int, queryValidSecondaries, (char*, kzfi_objid***, long*)),
+        OPERATION(int, resourceStatus, (kzfi_objid*, long, long*, kfi_msg_info**)),
+        OPERATION(int, revisitPluginNodes, (kfi_pgn_node_list*)),
+        OPERATION(int, verifyQSCombos, (kfi_splitnode**, int)),
+        OPERATION(int, setImportOptions, (kfi_splitnode**, int, kfi_host_infn*, int, void*)),
+        OPERATION(int, startBuildAltTree, (kfi_domain*, kzfi_objid**, void*)),
+        OPERATION(int, translateResourceNames, (char**, int, char**)),
+        OPERATION(int, enumerateEnclosures, (kfi_enclosure_node_list**, int*, char*)),
+        OPERATION(int, importResource, (char**, char*, char*, char*, int, char**, char*)),
+        OPERATION(int, format, (char**, int, char*, char*, char*, int, char***, int*)),
+        OPERATION(int, enumerateHostNodes, (kfi_host_node_list**, int*, char*)),
+        OPERATION(int, onlineResource,
+                  (char**, int, char*, char*, char*, char*, int, char***, int*)),
+        OPERATION(int, deportResource, (char*, char*, char*, char*, int)),
+        OPERATION(int, isParentPgn, (char*, int*, int)),
+        OPERATION(int, unformat, (char**, int, int)),
+        OPERATION(int, preDeportResource, (char*, int, char*)),
+        OPERATION(int, refreshTree, (kfi_domain*, int, int, kfi_resource*, int, int*, void*, int)),
+        OPERATION(int, getBackupset, (kfi_domain*, int, char**, int, kfi_bkupset*)),
+        OPERATION(int, getAppStatus, (kfi_domain*, int, void*)),
+        OPERATION(int, setOpStatus, (kfi_domain*, int)),
+        OPERATION(int, setCompStatus, (kfi_domain*, int, char*, int)),
+        OPERATION(int, setRestorepaths, (kfi_domain*, char*, int)),
+        OPERATION(int, createSnapReplicaNode, (kfi_domain*, kfi_snapreplica_ele*)),
+        OPERATION(int, updateSnapshotId, (kfi_domain*, kfi_domain*, kfi_snapreplica_ele*, int)),
+        OPERATION(int, getSnapshotSetId, (kfi_domain*, char**)),
+        OPERATION(int, preselect, (kfi_splitnode*, char*, kfi_splitnode**, int)),
+        OPERATION(int, updateSnapshotHandle, (CFiSessionPtr&, kfi_snapreplica_ele*)),
+        OPERATION(int, getSnapdiff,
+                  (kfi_domain*, kfi_snapreplica_ele*, kfi_snapreplica_ele*, TrieNode_*)),
+        OPERATION(int, postDeport, (kfi_domain*, kfi_domain*)),
     };
     return slots;
 }
@@ -283,6 +299,53 @@ TEST(PluginBaseLayout, ServicesAreNotVirtual) {
     EXPECT_EQ(slotOf(&CFiPluginBase::getProviderName), -1);
     EXPECT_EQ(slotOf(&CFiPluginBase::setProviderName), -1);
     EXPECT_EQ(slotOf(&CFiPluginBase::setOwnerIds), -1);
+}
+
+TEST(PluginBaseLayout, CountComesBeforeTheTraceLog) {
+    const PluginPeek plugin;
+    EXPECT_LT(offsetIn(plugin, static_cast<const CFiRefCount&>(plugin)),
+              offsetIn(plugin, static_cast<const CFiTraceable&>(plugin)));
+    const PrivateDataPeek data;
+    EXPECT_LT(offsetIn(data, static_cast<const CFiRefCount&>(data)),
+              offsetIn(data, static_cast<const CFiTraceable&>(data)));
+}
+
+class InterposerPeek : public CFiPluginInterposer {
+  public:
+    std::vector<Field> fields() const {
+        return {FIELD((*this), messageIndexOffset),
+                FIELD((*this), ignoredNodeTypes),
+                FIELD((*this), defaultNodeType),
+                FIELD((*this), lunMap),
+                FIELD((*this), groups),
+                FIELD((*this), fims)};
+    }
+};
+
+TEST(InterposerLayout, FiveFieldsFollowThoseOfTheBase) {
+    expectOrder(InterposerPeek().fields());
+}
+
+TEST(InterposerLayout, ThreeOperationsFollowThoseOfTheBase) {
+    expectConsecutive({SLOT(CFiPluginInterposer, addIgnoreNodeType),
+                       SLOT(CFiPluginInterposer, setDefaultNodeType),
+                       SLOT(CFiPluginInterposer, importNode)},
+                      84);
+}
+
+TEST(InterposerLayout, OverridesKeepTheirSlots) {
+    EXPECT_EQ(slotOf(&CFiPluginInterposer::claim), slotOf(&CFiPluginBase::claim));
+    EXPECT_EQ(slotOf(&CFiPluginInterposer::supportsFiType), slotOf(&CFiPluginBase::supportsFiType));
+    EXPECT_EQ(slotOf(&CFiPluginInterposer::importTreeNode), slotOf(&CFiPluginBase::importTreeNode));
+    EXPECT_EQ(slotOf(&CFiPluginInterposer::initNode), slotOf(&CFiPluginBase::initNode));
+    EXPECT_EQ(slotOf(&CFiPluginInterposer::initAltNode), slotOf(&CFiPluginBase::initAltNode));
+    EXPECT_EQ(slotOf(&CFiPluginInterposer::deInitNode), slotOf(&CFiPluginBase::deInitNode));
+    EXPECT_EQ(slotOf(&CFiPluginInterposer::isReady), slotOf(&CFiPluginBase::isReady));
+    EXPECT_EQ(slotOf(&CFiPluginInterposer::interpose), slotOf(&CFiPluginBase::interpose));
+    EXPECT_EQ(slotOf(&CFiPluginInterposer::checkNodeExistence),
+              slotOf(&CFiPluginBase::checkNodeExistence));
+    EXPECT_EQ(slotOf(&CFiPluginInterposer::importResource), slotOf(&CFiPluginBase::importResource));
+    EXPECT_EQ(slotOf(&CFiPluginInterposer::deportResource), slotOf(&CFiPluginBase::deportResource));
 }
 
 } // namespace

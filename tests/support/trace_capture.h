@@ -64,7 +64,9 @@ class TraceCapture {
 
     static void collect(const char* line, int level) {
         const std::string text(line);
-        collected().push_back({level, text.substr(text.find("> ") + 2)});
+        const std::size_t mark = text.find("> ");
+        collected().push_back(
+            {level, mark != text.npos ? text.substr(mark + 2) : "BROKEN " + text});
     }
 
     kzfi_pdk_4_4::CFiTraceLogPtr traceLog;
