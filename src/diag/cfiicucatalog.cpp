@@ -8,7 +8,7 @@
 
 #include "cficonfiguration.h"
 #include "cfistringtool.h"
-#include "diag/tracing.h"
+#include "util/text.h"
 
 namespace kzfi_pdk_4_4 {
 

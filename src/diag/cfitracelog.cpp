@@ -15,10 +15,10 @@
 #include "cfierrormgr.h"
 #include "diag/tracemessage.h"
 #include "diag/tracetime.h"
-#include "diag/tracing.h"
 #include "diag/verbose.h"
 #include "util/file.h"
 #include "util/processid.h"
+#include "util/text.h"
 
 namespace kzfi_pdk_4_4 {
 

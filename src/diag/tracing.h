@@ -13,11 +13,6 @@ enum TraceLevel { TRACE_ERROR = 1, TRACE_WARNING = 2, TRACE_INFO = 3, TRACE_FUNC
 void traceTo(const CFiTraceLogPtr& log, int level, const char* format, ...)
     __attribute__((format(printf, 3, 4)));
 
-/// text, or the empty string for a null pointer: what "%s" is given everywhere in the kit.
-inline const char* orEmpty(const char* text) {
-    return text != nullptr ? text : "";
-}
-
 /// The part of a source path behind its last slash; null for null. A path without a slash gives the
 /// trace log's own header, on purpose.
 const char* sourceFileOf(const char* sourcePath);

@@ -7,6 +7,7 @@
 #include "cfistringtool.h"
 #include "diag/tracing.h"
 #include "host/credentialkeys.h"
+#include "util/text.h"
 
 namespace kzfi_pdk_4_4 {
 
