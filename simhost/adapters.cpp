@@ -14,10 +14,6 @@ Outcome answered(int status, const std::string& name, Json value) {
     return outcome;
 }
 
-Json textOf(const char* text) {
-    return text != nullptr ? Json(text) : Json();
-}
-
 Json namesOf(kzfi_objid** list, long count) {
     Json names = Json::array();
     for (long i = 0; list != nullptr && i < count; ++i) {

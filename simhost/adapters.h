@@ -13,9 +13,6 @@ Outcome answered(int status);
 /// The same with one value.
 Outcome answered(int status, const std::string& name, Json value);
 
-/// A text that a provider gave, or null.
-Json textOf(const char* text);
-
 /// The names of object ids that a provider gave; the list goes back to it when it is the host's to
 /// give back.
 Json namesOf(kzfi_objid** list, long count);
@@ -23,6 +20,19 @@ Json takeNames(kzfi_objid** list, long count);
 
 /// Texts that a provider gave.
 Json textsOf(char** list, long count);
+
+/// Adds what the node's record says after the call; nothing for a null node.
+void addState(Outcome& outcome, const kfi_domain* node);
+
+Outcome callInitNode(Call& call);
+Outcome callInitAltNode(Call& call);
+Outcome callReAccessTmpObj(Call& call);
+Outcome callReAccessAltNode(Call& call);
+Outcome callDeInitNode(Call& call);
+Outcome callInterpose(Call& call);
+Outcome callIsReady(Call& call);
+Outcome callEnableAccess(Call& call);
+Outcome callDisableAccess(Call& call);
 
 Outcome callGlobalConfigInfoList(Call& call);
 Outcome callConfig(Call& call);

@@ -24,13 +24,21 @@ kfi_domain* Call::node(const std::string& field) {
         return host.nodes().first();
     }
     const Json name = raw(field);
-    return name.is_null() ? nullptr : host.nodes().find(name.get<std::string>());
+    return name.is_null() ? nullptr : find(field, name.get<std::string>());
+}
+
+kfi_domain* Call::find(const std::string& field, const std::string& name) {
+    kfi_domain* const found = host.nodes().find(name);
+    if (found == nullptr) {
+        throw NoSuchNode(noSuchNode(field, name, host.nodes().names()));
+    }
+    return found;
 }
 
 std::vector<kfi_domain*>& Call::nodes(const std::string& field) {
     std::vector<kfi_domain*>& list = nodeLists.emplace_back();
     for (const Json& name : raw(field)) {
-        list.push_back(host.nodes().find(name.get<std::string>()));
+        list.push_back(find(field, name.get<std::string>()));
     }
     return list;
 }

@@ -3,6 +3,7 @@
 #define KZFI_SIMHOST_CALL_H
 
 #include <deque>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -11,10 +12,17 @@
 
 namespace kzfi_simhost {
 
+/// A step names a node that is not there; what() says which, and which ones are.
+class NoSuchNode : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
 /// Everything that an adapter hands to the provider, alive until the call is over.
 ///
 /// A field that is left out is harmless: the scenario's first node, an empty text or list, 0,
-/// false. A field that is null is a null pointer.
+/// false. A field that is null is a null pointer. Where a field names nodes NoSuchNode is thrown
+/// for one that is not there.
 class Call {
   public:
     Call(HostContext& newHost, const Json& newArguments) : host(newHost), arguments(newArguments) {}
@@ -51,6 +59,7 @@ class Call {
     HostContext& host;
 
   private:
+    kfi_domain* find(const std::string& field, const std::string& name);
     char* keep(const std::string& text);
 
     const Json& arguments;

@@ -37,6 +37,7 @@ class Driver {
             for (std::size_t i = 0; i < scenario.steps.size(); ++i) {
                 call(FIRST_STEP_STAGE + i, scenario.steps[i]);
             }
+            events.send({{"tree", host->nodes().tree()}});
             call(finiStage(scenario), plainStep("fini"));
         }
         unload();
@@ -78,7 +79,11 @@ class Driver {
         begin(stage);
         const std::string thrown = exceptionOf([&] {
             Call made(*host, step.arguments);
-            outcome = operation.call(made);
+            try {
+                outcome = operation.call(made);
+            } catch (const NoSuchNode& e) {
+                outcome.notCalled = e.what();
+            }
         });
         if (!thrown.empty()) {
             outcome = Outcome();

@@ -21,7 +21,8 @@ std::size_t unloadStage(const Scenario& scenario);
 ///     {"begin": STAGE}
 ///     {"answer": STAGE, "seconds": TIME, "outcome": OUTCOME}
 /// and, when loaded, {"provider": NAME, "fimName": NAME}; when it cannot be loaded, and nothing
-/// comes behind it, {"refused": REASON}. After an init that fails there are no steps and no fini.
+/// comes behind it, {"refused": REASON}. Behind the last step comes {"tree": NODES}. After an init
+/// that fails there are no steps and no fini.
 void drive(const Scenario& scenario, const HostRoot& root, const EventWriter& events);
 
 } // namespace kzfi_simhost

@@ -21,6 +21,10 @@ class HostRoot {
     /// Where the provider's standard output and standard error go.
     std::string outputFile() const { return folder + "/output.txt"; }
 
+    /// Writes a file below the root and makes the folders above it. Throws CannotRun when that
+    /// fails, and when links would lead out of the root.
+    void placeFile(const std::string& path, const std::string& content) const;
+
     /// Makes today's trace file of this base name, empty, unless it is there. The kit would make it
     /// as well, but not without a word on standard output about a file that is missing.
     void makeTraceFile(const std::string& name) const;

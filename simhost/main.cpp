@@ -32,6 +32,7 @@ struct Options {
     std::string junit;
     std::string colour = "auto";
     double deadline = 10;
+    bool tree = false;
     bool trace = false;
 };
 
@@ -58,6 +59,9 @@ int run(const Options& options) {
     const RunReport report =
         runScenario(scenario, root, [&](const Stage& stage) { console.stage(stage); });
     console.end(report);
+    if (options.tree) {
+        console.tree(report);
+    }
     if (!options.json.empty()) {
         writeReport(options.json, jsonText(toJson(report)));
     }
@@ -130,6 +134,7 @@ void addRun(CLI::App& app, Options& options) {
     command->add_option("--junit", options.junit, "Writes the report to this JUnit file");
     command->add_option("--color", options.colour, "Colours in the output")
         ->check(CLI::IsMember({"auto", "always", "never"}));
+    command->add_flag("--tree", options.tree, "Prints the nodes as the last step left them");
     command->add_flag("--trace", options.trace, "Prints the trace file at the end");
 }
 

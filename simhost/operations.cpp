@@ -71,22 +71,6 @@ Outcome callImportTreeNode(Call& c) {
     return answered(status, "imported", nameOf(imported));
 }
 
-Outcome callInitNode(Call& c) {
-    kfi_domain* const domain = c.node();
-    std::vector<kfi_domain*>& parents = c.nodes("parents");
-    kzfi_objid* const object =
-        c.has("object") || domain == nullptr ? c.object("object") : domain->objid;
-    return answered(c.provider().initNode(domain, parents.data(), countOf(parents), object));
-}
-
-Outcome callReAccessAltNode(Call& c) {
-    std::vector<kzfi_objid*>& primaries = c.objects("primaries");
-    return answered(c.provider().reAccessAltNode(
-        c.node(), c.object("primary"), c.object("alternate"), c.text("session"), primaries.data(),
-        c.objects("secondaries", primaries.size()).data(), countOf(primaries),
-        integer(c, "intent")));
-}
-
 Outcome callSubobjList(Call& c) {
     kzfi_objid** list = nullptr;
     int count = 0;
@@ -124,25 +108,10 @@ Outcome callSelect(Call& c) {
     return answered(c.provider().select(c.text("session"), split.data(), countOf(split)));
 }
 
-Outcome callIsReady(Call& c) {
-    std::vector<kfi_splitnode*>& split = c.splits();
-    return answered(c.provider().isReady(c.text("session"), split.data(), countOf(split)));
-}
-
 /// Calls one of the session-style operations with a session of its own.
 Outcome withSession(Call& c, int (CFiPluginBase::*operation)(CFiSessionPtr&)) {
     CFiSessionPtr session(new CFiSession);
     return answered((c.provider().*operation)(session));
-}
-
-Outcome callInterpose(Call& c) {
-    kzfi_objid* interposer = nullptr;
-    kzfi_objid** lower = nullptr;
-    int count = 0;
-    const int status = c.provider().interpose(c.node(), &interposer, &lower, &count);
-    Outcome outcome = answered(status, "interposer", nameOf(interposer));
-    outcome.values["lower"] = takeNames(lower, count);
-    return outcome;
 }
 
 /// Calls an operation that gives a list of an opaque kind: all that shows is whether there is one.
@@ -208,26 +177,6 @@ Outcome callProcessProviderState(Call& c) {
         kzfi_free_buf(state.data, state.size);
     }
     return outcome;
-}
-
-/// The list of sub-objects and what became of their flags.
-Outcome withFlags(Call& c, int status) {
-    Json disabled = Json::array();
-    for (const kfi_domain* const domain : c.nodes("nodes")) {
-        if ((domain->flags & KZFI_NODE_ACCESS_DISABLED) != 0) {
-            disabled.push_back(nameOf(domain->objid));
-        }
-    }
-    return answered(status, "disabled", disabled);
-}
-
-Outcome callEnableAccess(Call& c) {
-    return withFlags(c, c.provider().enableAccess(c.subObjects("nodes"), c.number("options"),
-                                                  integer(c, "first"), integer(c, "second")));
-}
-
-Outcome callDisableAccess(Call& c) {
-    return withFlags(c, c.provider().disableAccess(c.subObjects("nodes"), c.number("options")));
 }
 
 /// Room for a status of each object, and for one at least.
@@ -436,28 +385,18 @@ std::vector<Operation> table() {
         {12,
          "initAltNode",
          {node("node"), node("parent"), node("target"), flag("skipImport")},
-         [](C& c) {
-             return answered(c.provider().initAltNode(c.node(), c.node("parent"), c.node("target"),
-                                                      c.flag("skipImport")));
-         }},
+         callInitAltNode},
         {13,
          "reAccessTmpObj",
          {node("node"), text("object"), text("splitType"), node("parent"), text("session"),
           number("intent")},
-         [](C& c) {
-             return answered(c.provider().reAccessTmpObj(c.node(), c.object("object"),
-                                                         c.text("splitType"), c.node("parent"),
-                                                         c.text("session"), integer(c, "intent")));
-         }},
+         callReAccessTmpObj},
         {14,
          "reAccessAltNode",
          {node("node"), text("primary"), text("alternate"), text("session"), texts("primaries"),
           texts("secondaries"), number("intent")},
          callReAccessAltNode},
-        {15,
-         "deInitNode",
-         {node("node")},
-         [](C& c) { return c.provider().deInitNode(c.node()), Outcome(); }},
+        {15, "deInitNode", {node("node")}, callDeInitNode},
         {16, "dispose", {node("node"), node("alternate"), number("disposition")}, callDispose},
         {17,
          "online",

@@ -77,6 +77,9 @@ Json Outcome::toJson() const {
     if (!exception.empty()) {
         json["exception"] = exception;
     }
+    if (!notCalled.empty()) {
+        json["notCalled"] = notCalled;
+    }
     return json;
 }
 
@@ -90,11 +93,16 @@ Outcome Outcome::fromJson(const Json& json) {
     }
     outcome.values = json.value("values", Json::object());
     outcome.exception = json.value("exception", "");
+    outcome.notCalled = json.value("notCalled", "");
     return outcome;
 }
 
 std::vector<Mismatch> compare(const Expectation& expected, const Outcome& outcome) {
     std::vector<Mismatch> found;
+    if (!outcome.notCalled.empty()) {
+        found.push_back({"call", "a call", "none: " + outcome.notCalled});
+        return found;
+    }
     if (!outcome.exception.empty()) {
         found.push_back({"answer", "an answer", "an exception: " + outcome.exception});
         return found;

@@ -19,6 +19,8 @@ struct Outcome {
     Json values = Json::object();
     /// The exception that left the operation, for people; empty without.
     std::string exception;
+    /// Why the provider was not even called, for people; empty when it was.
+    std::string notCalled;
 
     Json toJson() const;
     static Outcome fromJson(const Json& json);
@@ -43,7 +45,7 @@ struct Mismatch {
 };
 
 /// Where outcome is not as expected; empty when it is. Without an expected status a status other
-/// than 0 is a difference, and an exception always is one.
+/// than 0 is a difference; an exception, and that there was no call, always are.
 std::vector<Mismatch> compare(const Expectation& expected, const Outcome& outcome);
 
 } // namespace kzfi_simhost

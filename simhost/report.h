@@ -3,6 +3,7 @@
 #define KZFI_SIMHOST_REPORT_H
 
 #include <ostream>
+#include <set>
 #include <string>
 
 #include "run.h"
@@ -17,11 +18,15 @@ class ConsoleReport {
     void begin(const Scenario& scenario, const HostRoot& root);
     void stage(const Stage& stage);
     void end(const RunReport& report);
+    /// The nodes, those that lie below others indented under them.
+    void tree(const RunReport& report);
 
   private:
     std::string coloured(const char* code, const std::string& text) const;
     void label(const char* name, const std::string& value);
     void difference(const Mismatch& mismatch);
+    void branch(const Json& nodes, const Json& node, std::size_t depth,
+                std::set<std::string>& shown);
 
     std::ostream& stream;
     const bool colours;

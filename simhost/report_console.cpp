@@ -1,5 +1,8 @@
 #include <algorithm>
+#include <cstdint>
 #include <iomanip>
+#include <set>
+#include <sstream>
 
 #include "report.h"
 #include "text_tools.h"
@@ -33,6 +36,28 @@ std::string shownResult(Result result) {
 
 std::string statusOf(const Stage& stage) {
     return stage.outcome && stage.outcome->status ? std::to_string(*stage.outcome->status) : "-";
+}
+
+std::string inHex(std::uint32_t number) {
+    std::ostringstream text;
+    text << "0x" << std::hex << number;
+    return text.str();
+}
+
+/// A name, or what stands for it where there is none.
+std::string shownName(const Json& name) {
+    return name.is_string() ? harmless(name.get<std::string>()) : "(none)";
+}
+
+/// Names of the nodes that lie below others.
+std::set<std::string> lowerNames(const Json& nodes) {
+    std::set<std::string> names;
+    for (const Json& node : nodes) {
+        for (const Json& name : node["below"]) {
+            names.insert(name.get<std::string>());
+        }
+    }
+    return names;
 }
 
 /// "3 failed, " for three.
@@ -92,6 +117,51 @@ void ConsoleReport::difference(const Mismatch& mismatch) {
         sideBySide(harmless(mismatch.expected), harmless(mismatch.actual), COLUMN);
     for (const std::string& row : rows) {
         stream << INDENT << row << "\n";
+    }
+}
+
+void ConsoleReport::tree(const RunReport& report) {
+    stream << "\nnodes\n";
+    if (report.tree.is_null()) {
+        stream << "  not known: the run did not come to the end of its steps\n";
+    }
+    std::set<std::string> shown;
+    const std::set<std::string> lower = lowerNames(report.tree);
+    for (const Json& node : report.tree) {
+        if (lower.count(node["name"].get<std::string>()) == 0) {
+            branch(report.tree, node, 1, shown);
+        }
+    }
+    // What is left lies below itself.
+    for (const Json& node : report.tree) {
+        if (shown.count(node["name"].get<std::string>()) == 0) {
+            branch(report.tree, node, 1, shown);
+        }
+    }
+    stream << std::flush;
+}
+
+void ConsoleReport::branch(const Json& nodes, const Json& node, std::size_t depth,
+                           std::set<std::string>& shown) {
+    const std::string indent(2 * depth, ' ');
+    stream << indent << shownName(node["name"]);
+    if (!shown.insert(node["name"].get<std::string>()).second) {
+        stream << "  (see above)\n";
+        return;
+    }
+    stream << "  type " << node["type"] << ", flags " << inHex(node["flags"].get<std::uint32_t>())
+           << ", support level "
+           << (node["supportLevel"].is_null() ? "(none)" : oneLine(node["supportLevel"])) << "\n";
+    for (const Json& association : node["associations"]) {
+        stream << indent << "- " << shownName(association[0]) << " / " << shownName(association[1])
+               << " / " << shownName(association[2]) << "\n";
+    }
+    for (const Json& name : node["below"]) {
+        for (const Json& lower : nodes) {
+            if (lower["name"] == name) {
+                branch(nodes, lower, depth + 1, shown);
+            }
+        }
     }
 }
 

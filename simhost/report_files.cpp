@@ -108,6 +108,9 @@ Json toJson(const RunReport& report) {
     for (const Stage& stage : report.stages) {
         json["steps"].push_back(toJson(stage));
     }
+    if (!report.tree.is_null()) {
+        json["tree"] = report.tree;
+    }
     if (!report.lastTrace.empty()) {
         json["lastTrace"] = report.lastTrace;
     }

@@ -58,6 +58,7 @@ class Runner {
 
     RunReport run() {
         refuseHiddenProvider();
+        placeFiles();
         std::filesystem::remove(root.outputFile());
         const ChildEnd end = runInChild(
             [&](const EventWriter& events) { drive(scenario, root, events); },
@@ -91,6 +92,16 @@ class Runner {
         }
     }
 
+    void placeFiles() const {
+        for (const ScenarioFile& file : scenario.files) {
+            try {
+                root.placeFile(file.path, file.content);
+            } catch (const CannotRun& e) {
+                throw CannotRun(at(scenario, file.line, e.what()));
+            }
+        }
+    }
+
     double hear(const Json& event) {
         if (event.contains("begin")) {
             current = event["begin"].get<std::size_t>();
@@ -103,6 +114,8 @@ class Runner {
             report.fimName = event["fimName"].get<std::string>();
         } else if (event.contains("refused")) {
             refusal = event["refused"].get<std::string>();
+        } else if (event.contains("tree")) {
+            report.tree = event["tree"];
         }
         return scenario.deadline;
     }

@@ -51,6 +51,7 @@ struct RunReport {
     std::string outputFile; ///< empty: the provider printed nothing
     std::string privateUsr; ///< why there was none; empty when there was one
     std::vector<Stage> stages;
+    Json tree; ///< the nodes after the last step, as NodeStore gives them; null without
     std::vector<std::string> lastTrace;  ///< before a crash, an exit or a hang
     std::vector<std::string> lastOutput; ///< likewise
 

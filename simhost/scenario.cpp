@@ -67,6 +67,7 @@ class Reader {
 
     void readHead(const Node& root);
     void readTrace(const Node& node);
+    void readFiles(const Node& node);
     void readNodes(const Node& list);
     ScenarioNode readNode(const Node& node) const;
     void checkOwners(const Node& list) const;
@@ -82,6 +83,7 @@ class Reader {
     const std::string file;
     const std::filesystem::path folder;
     Scenario scenario;
+    bool interposes = false; ///< a step before this one may have brought further nodes
 };
 
 YAML::Node Reader::load() const {
@@ -223,7 +225,7 @@ Scenario Reader::read() {
     }
     checkKeys(root, "the scenario",
               {"provider", "name", "fimName", "language", "catalogues", "trace", "deadline",
-               "nodes", "steps"});
+               "files", "nodes", "steps"});
     readHead(root);
     if (const Node nodes = root["nodes"]) {
         readNodes(nodes);
@@ -231,6 +233,7 @@ Scenario Reader::read() {
     if (const Node steps = root["steps"]) {
         for (const Node& step : checkList(steps, "steps")) {
             scenario.steps.push_back(readStep(step));
+            interposes = interposes || scenario.steps.back().operation == "interpose";
         }
     }
     return scenario;
@@ -261,6 +264,9 @@ void Reader::readHead(const Node& root) {
     if (const Node deadline = root["deadline"]) {
         scenario.deadline = seconds(deadline, "deadline");
     }
+    if (const Node files = root["files"]) {
+        readFiles(files);
+    }
 }
 
 void Reader::readTrace(const Node& node) {
@@ -273,6 +279,21 @@ void Reader::readTrace(const Node& node) {
         if (scenario.trace.file.find('/') != std::string::npos) {
             fail(node["file"], "file must be a name without a folder; traces go below the root");
         }
+    }
+}
+
+void Reader::readFiles(const Node& node) {
+    checkMap(node, "files");
+    for (const auto& member : node) {
+        const std::filesystem::path name = member.first.Scalar();
+        const bool leaves = std::find(name.begin(), name.end(), "..") != name.end();
+        if (name.is_absolute() || leaves || !name.has_filename() || name.filename() == ".") {
+            fail(member.first,
+                 "files: '" + name.string() + "' is no path of a file below the root");
+        }
+        scenario.files.push_back({name.lexically_normal().string(),
+                                  text(member.second, "file '" + name.string() + "'"),
+                                  lineOf(member.first)});
     }
 }
 
@@ -328,9 +349,8 @@ std::string Reader::knownNode(const Node& node, const std::string& what) const {
     for (const ScenarioNode& candidate : scenario.nodes) {
         known.push_back(candidate.name);
     }
-    if (!contains(known, name)) {
-        fail(node, what + ": there is no node '" + name + "'" +
-                       (known.empty() ? "; the scenario has none" : "; known: " + joined(known)));
+    if (!interposes && !contains(known, name)) {
+        fail(node, noSuchNode(what, name, known));
     }
     return name;
 }
@@ -464,6 +484,12 @@ std::string shortForm(const Json& value) {
 
 Scenario readScenario(const std::string& path) {
     return Reader(path).read();
+}
+
+std::string noSuchNode(const std::string& field, const std::string& name,
+                       const std::vector<std::string>& known) {
+    return field + ": there is no node '" + name + "'" +
+           (known.empty() ? "; the scenario has none" : "; known: " + joined(known));
 }
 
 std::string at(const Scenario& scenario, int line, const std::string& reason) {

@@ -22,6 +22,12 @@ struct ScenarioTrace {
     std::string file; ///< empty: the provider's name + ".log"
 };
 
+struct ScenarioFile {
+    std::string path; ///< below the root, without ".."
+    std::string content;
+    int line = 0;
+};
+
 struct ScenarioNode {
     std::string name;
     int type = 0;
@@ -49,6 +55,7 @@ struct Scenario {
     int cataloguesLine = 0;
     ScenarioTrace trace;
     double deadline = 30;
+    std::vector<ScenarioFile> files;
     std::vector<ScenarioNode> nodes;
     std::vector<Step> steps;
 };
@@ -59,6 +66,10 @@ Scenario readScenario(const std::string& path);
 
 /// "FILE:LINE: REASON", the form of every complaint about a scenario.
 std::string at(const Scenario& scenario, int line, const std::string& reason);
+
+/// The complaint about a field that names a node that is not there.
+std::string noSuchNode(const std::string& field, const std::string& name,
+                       const std::vector<std::string>& known);
 
 /// How the step is called in reports: its title, else the operation and its short fields.
 std::string titleOf(const Step& step);

@@ -11,6 +11,7 @@ using kzfi_simhost::Json;
 using kzfi_tests::CommandResult;
 using kzfi_tests::readFile;
 using kzfi_tests::writeFile;
+using testing::ContainsRegex;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
@@ -102,6 +103,61 @@ TEST_F(CommandTest, WithoutARootAFreshOneIsMadeNamedAndKept) {
     const std::string root = result.out.substr(start, result.out.find('\n', start) - start);
     EXPECT_THAT(root, StartsWith(simhost.path("kzfi-simhost-")));
     EXPECT_TRUE(std::filesystem::is_directory(root + "/trace"));
+}
+
+TEST_F(CommandTest, FilesAreLaidIntoTheRootBeforeTheRun) {
+    const CommandResult result = simhost.run("rogue", "files: {a/b: text, c: ''}\n");
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(readFile(simhost.path("root/a/b")), "text");
+    EXPECT_TRUE(std::filesystem::is_regular_file(simhost.path("root/c")));
+}
+
+TEST_F(CommandTest, AFileThatALinkLeadsOutOfTheRootIsRefused) {
+    std::filesystem::create_directories(simhost.path("root"));
+    std::filesystem::create_directory(simhost.path("elsewhere"));
+    std::filesystem::create_symlink(simhost.path("elsewhere"), simhost.path("root/a"));
+    std::filesystem::create_symlink(simhost.path("new"), simhost.path("root/b"));
+    for (const std::string name : {"a/x", "b"}) {
+        const CommandResult result = simhost.run("rogue", "files:\n  " + name + ": text\n");
+        EXPECT_EQ(result.status, 2);
+        EXPECT_EQ(result.err, "kzfi-simhost: " + simhost.scenario() + ":3: the file " +
+                                  simhost.path("root/" + name) + " does not lie below the root " +
+                                  simhost.path("root") + "\n");
+    }
+    EXPECT_TRUE(std::filesystem::is_empty(simhost.path("elsewhere")));
+    EXPECT_FALSE(std::filesystem::exists(simhost.path("new")));
+}
+
+TEST_F(CommandTest, AFileThatCannotBeWrittenIsRefused) {
+    std::filesystem::create_directories(simhost.path("root/a"));
+    const CommandResult result = simhost.run("rogue", "files: {a: text}\n");
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.err, "kzfi-simhost: " + simhost.scenario() + ":2: cannot write " +
+                              simhost.path("root/a") + ": Is a directory\n");
+}
+
+TEST_F(CommandTest, ANodeThatNoStepBroughtIsReportedAndTheRunGoesOn) {
+    const CommandResult result = simhost.run("rogue", "nodes: [{name: a}]\n"
+                                                      "steps:\n"
+                                                      "  - interpose\n"
+                                                      "  - supportsFiType: {node: b}\n"
+                                                      "  - postDeport\n");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.out, ContainsRegex("failed +supportsFiType b .*" + simhost.scenario() +
+                                          ":5\n.*call\n.*\n.*none: node: there is no node 'b'; "
+                                          "known: a\n"));
+    EXPECT_THAT(result.out, HasSubstr("6 passed, 1 failed"));
+}
+
+TEST_F(CommandTest, TheTreeIsPrintedOnDemand) {
+    const std::string nodes = "nodes: [{name: a, type: 3}, {name: b}]\n";
+    EXPECT_THAT(simhost.run("rogue", nodes).out, Not(HasSubstr("\nnodes\n")));
+    EXPECT_THAT(simhost.run("rogue", nodes, {"--tree"}).out,
+                HasSubstr("\nnodes\n  a  type 3, flags 0x0, support level 0\n"
+                          "  b  type 0, flags 0x0, support level 0\n"));
+    EXPECT_EQ(simhost.report("rogue", nodes)["tree"][1]["name"], "b");
+    EXPECT_THAT(simhost.run("rogue", nodes + "steps: [objctl: {command: abort}]\n", {"--tree"}).out,
+                HasSubstr("\nnodes\n  not known: the run did not come to the end of its steps\n"));
 }
 
 TEST_F(CommandTest, ColoursAreForTerminals) {

@@ -5,6 +5,7 @@
 namespace {
 
 using namespace kzfi_simhost;
+using testing::ElementsAre;
 
 ScenarioNode described(const std::string& name, std::vector<std::string> owner = {}) {
     ScenarioNode node;
@@ -56,6 +57,63 @@ TEST(NodeStoreTest, KnowsWhatTheScenarioSaysOfARecord) {
     EXPECT_EQ(store.description(nullptr), nullptr);
     const kfi_domain other = {};
     EXPECT_EQ(store.description(&other), nullptr);
+}
+
+TEST(NodeStoreTest, InterposedNodesAreNodesToo) {
+    NodeStore store({described("a"), described("b")});
+    kfi_domain* const a = store.find("a");
+    store.interpose(a, "<p>a", {"g", "h"});
+    store.interpose(store.find("b"), "<p>b", {"g"});
+    store.interpose(a, "<p>a", {"g"});
+    EXPECT_THAT(store.names(), ElementsAre("a", "b", "<p>a", "g", "h", "<p>b"));
+    EXPECT_EQ(store.find("a"), a);
+    const kfi_domain* const upper = store.find("<p>a");
+    EXPECT_EQ(upper->type, 0);
+    EXPECT_EQ(upper->flags, 0u);
+    EXPECT_STREQ(upper->objid->name, "<p>a");
+    EXPECT_EQ(*upper->support_level, 0);
+    EXPECT_EQ(store.description(upper), nullptr);
+    EXPECT_EQ(store.description(a)->name, "a");
+
+    const Json tree = store.tree();
+    ASSERT_EQ(tree.size(), 6u);
+    EXPECT_EQ(tree[0]["below"], Json::array());
+    EXPECT_EQ(tree[2]["name"], "<p>a");
+    EXPECT_EQ(tree[2]["below"], Json({"a", "g", "h"}));
+    EXPECT_EQ(tree[5]["below"], Json({"b", "g"}));
+}
+
+TEST(NodeStoreTest, ShowsWhatARecordSays) {
+    char display[] = "A";
+    char first[] = "f";
+    char second[] = "s";
+    NodeStore store({described("a"), described("g")});
+    kfi_domain& a = *store.find("a");
+    EXPECT_EQ(stateOf(a), Json({{"type", 5},
+                                {"flags", 0},
+                                {"supportLevel", 0},
+                                {"displayName", nullptr},
+                                {"associations", Json::array()}}));
+    kfi_domain_assoc_entry one = {first, &a, store.find("g")};
+    kfi_domain_assoc_entry two = {second, &a, store.find("g")};
+    kfi_domain_assoc_entry groupless = {nullptr, &a, nullptr};
+    kfi_domain_assoc last = {nullptr, nullptr, &groupless};
+    kfi_domain_assoc middle = {&last, &groupless, &two};
+    a.assoc_list = &middle;
+    kfi_domain_assoc front = {&middle, &one, &two};
+    a.assoc_list = &front;
+    a.display_name = display;
+    a.flags = 0x80000008;
+    *a.support_level = 2;
+    EXPECT_EQ(stateOf(a),
+              Json({{"type", 5},
+                    {"flags", 0x80000008},
+                    {"supportLevel", 2},
+                    {"displayName", "A"},
+                    {"associations",
+                     {{"f", "s", "g"}, {nullptr, "s", nullptr}, {nullptr, nullptr, nullptr}}}}));
+    a.support_level = nullptr;
+    EXPECT_EQ(stateOf(a)["supportLevel"], Json());
 }
 
 TEST(NodeStoreTest, NamesOfObjectIdsMayBeMissing) {

@@ -6,6 +6,7 @@
 #include <set>
 
 #include "call.h"
+#include "cfiplugininterposer.h"
 #include "host_context.h"
 #include "kzfi_platform_control.h"
 #include "support/temp_dir.h"
@@ -392,11 +393,82 @@ TEST_F(OperationsTest, ConfigGivesBothTextsBack) {
 TEST_F(OperationsTest, AccessFlagsAreShown) {
     host(new CFiPluginBase);
     EXPECT_EQ(call("disableAccess", {{"nodes", {"n1", "n2"}}}).values,
-              Json({{"disabled", {"n1", "n2"}}}));
+              Json({{"disabled", {"n1", "n2"}}, {"flags", {64, 64}}}));
     EXPECT_EQ(call("enableAccess", {{"nodes", {"n2"}}}).values,
-              Json({{"disabled", Json::array()}}));
+              Json({{"disabled", Json::array()}, {"flags", {0}}}));
     EXPECT_EQ(call("enableAccess", {{"nodes", {"n1"}}}).status, 0);
     EXPECT_EQ(call("enableAccess", {{"nodes", Json::array()}}).status, 3);
+}
+
+TEST_F(OperationsTest, InterposedNodesCanBeNamedFromThenOn) {
+    witness();
+    EXPECT_THROW(call("supportsFiType", {{"node", "<x>n1"}}), NoSuchNode);
+    call("interpose");
+    EXPECT_THAT(seen("supportsFiType", {{"node", "<x>n1"}}), ElementsAre("<x>n1", ""));
+    EXPECT_THAT(seen("prepare", {{"nodes", {"g1", "n1"}}}), ElementsAre("", "0", "g1", "n1"));
+    EXPECT_EQ(context->nodes().tree()[2]["below"], Json({"n1", "g1"}));
+}
+
+TEST_F(OperationsTest, ANodeThatIsNotThereIsNamedAndNothingIsCalled) {
+    witness().seen.clear();
+    try {
+        call("prepare", {{"nodes", {"n1", "n3"}}});
+        FAIL();
+    } catch (const NoSuchNode& e) {
+        EXPECT_STREQ(e.what(), "nodes: there is no node 'n3'; known: n1, n2");
+    }
+    EXPECT_THAT(witness().seen, IsEmpty());
+}
+
+/// A provider with one method for the nodes whose name holds "n".
+class OneMethod : public CFiPluginInterposer {
+  public:
+    OneMethod() {
+        setDefaultNodeType(7);
+        addFim("n", "fim", "other", 1, "group");
+    }
+
+    int importNode(tstring, std::vector<tstring>, bool, bool, bool, int) override { return 0; }
+};
+
+TEST_F(OperationsTest, NodesShowWhatBecameOfThem) {
+    host(new OneMethod);
+    EXPECT_EQ(call("interpose").status, 1);
+    const Json group = call("initNode", {{"node", "group"}}).values;
+    EXPECT_EQ(group["displayName"], "group");
+    EXPECT_EQ(group["associations"], Json::array({{"other", "fim", "group"}}));
+    const Json upper = call("initNode", {{"node", "<witness>n1"}}).values;
+    EXPECT_EQ(upper, Json({{"type", 7},
+                           {"flags", 0},
+                           {"supportLevel", 0},
+                           {"displayName", "<witness>n1"},
+                           {"associations", Json::array({{"other", "fim", "group"}})}}));
+    EXPECT_EQ(call("isReady", {{"nodes", {"n1", "n2"}}}).values["flags"], Json({8, 8}));
+    EXPECT_EQ(call("initAltNode", {{"node", "n1"}, {"target", "n2"}}).values["type"], 7);
+    EXPECT_EQ(call("initAltNode", {{"node", "n1"}, {"target", nullptr}}).values, Json::object());
+    EXPECT_EQ(call("reAccessTmpObj", {{"node", "n2"}}).values["flags"], 8);
+    EXPECT_EQ(call("reAccessAltNode", {{"node", "n2"}}).values["type"], 7);
+    for (const char* const name : {"<witness>n1", "group"}) {
+        const Outcome gone = call("deInitNode", {{"node", name}});
+        EXPECT_FALSE(gone.status.has_value());
+        EXPECT_EQ(gone.values["associations"], Json::array());
+        EXPECT_EQ(gone.values["displayName"], Json());
+    }
+    EXPECT_EQ(call("deInitNode", {{"node", nullptr}}).values, Json::object());
+}
+
+/// Says that it interposes, without a node to show for it.
+class Pretender : public CFiPluginBase {
+  public:
+    int interpose(kfi_domain*, kzfi_objid**, kzfi_objid***, int*) override {
+        return KZFI_INTERPOSE_DONE;
+    }
+};
+
+TEST_F(OperationsTest, NothingIsInterposedWithoutANode) {
+    host(new Pretender);
+    EXPECT_EQ(call("interpose").values, Json({{"interposer", nullptr}, {"lower", Json::array()}}));
+    EXPECT_THAT(context->nodes().names(), ElementsAre("n1", "n2"));
 }
 
 TEST_F(OperationsTest, GetStatusAnswersForEveryPrimary) {

@@ -124,4 +124,14 @@ TEST(OutcomeTest, TravelsAsJson) {
     EXPECT_EQ(backThrown.exception, "bad");
 }
 
+TEST(OutcomeTest, WithoutACallThereIsOneDifference) {
+    Outcome outcome;
+    outcome.notCalled = "why";
+    const std::vector<Mismatch> found = compare({}, Outcome::fromJson(outcome.toJson()));
+    ASSERT_EQ(found.size(), 1u);
+    EXPECT_EQ(found[0].what, "call");
+    EXPECT_EQ(found[0].expected, "a call");
+    EXPECT_EQ(found[0].actual, "none: why");
+}
+
 } // namespace

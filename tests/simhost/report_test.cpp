@@ -168,4 +168,41 @@ TEST_F(ReportTest, AFileThatCannotBeWrittenIsNamed) {
     }
 }
 
+Json node(const std::string& name, const std::vector<std::string>& below) {
+    return {{"name", name},        {"type", 1},
+            {"flags", 72},         {"supportLevel", nullptr},
+            {"displayName", ""},   {"associations", Json::array()},
+            {"below", Json(below)}};
+}
+
+std::string treeOf(const Json& nodes) {
+    RunReport report;
+    report.tree = nodes;
+    std::ostringstream out;
+    ConsoleReport(out, false).tree(report);
+    return out.str();
+}
+
+TEST(TreeTest, LowerNodesAreIndentedAndShownInFullOnce) {
+    const std::string all = "  type 1, flags 0x48, support level (none)\n";
+    EXPECT_EQ(treeOf(Json::array({node("a", {}), node("A", {"a", "g"}), node("g", {}),
+                                  node("B", {"A", "g", "gone"})})),
+              "\nnodes\n  B" + all + "    A" + all + "      a" + all + "      g" + all +
+                  "    g  (see above)\n");
+}
+
+TEST(TreeTest, NodesBelowThemselvesAreShown) {
+    const std::string all = "  type 1, flags 0x48, support level (none)\n";
+    EXPECT_EQ(treeOf(Json::array({node("a", {"b"}), node("b", {"a"})})),
+              "\nnodes\n  a" + all + "    b" + all + "      a  (see above)\n");
+}
+
+TEST(TreeTest, NamesCannotCommandATerminal) {
+    Json bad = node("a\033b", {});
+    bad["associations"] = Json::array({{"x\033", nullptr, "g"}});
+    EXPECT_EQ(treeOf(Json::array({bad})),
+              "\nnodes\n  a\\x1bb  type 1, flags 0x48, support level (none)\n"
+              "  - x\\x1b / (none) / g\n");
+}
+
 } // namespace

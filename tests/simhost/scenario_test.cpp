@@ -56,6 +56,7 @@ TEST_F(ScenarioTest, OnlyTheProviderMustBeNamed) {
     EXPECT_EQ(scenario.trace.level, 6);
     EXPECT_EQ(scenario.trace.file, "");
     EXPECT_EQ(scenario.deadline, 30);
+    EXPECT_THAT(scenario.files, IsEmpty());
     EXPECT_THAT(scenario.nodes, IsEmpty());
     EXPECT_THAT(scenario.steps, IsEmpty());
 }
@@ -105,6 +106,31 @@ TEST_F(ScenarioTest, TakesEveryKindOfField) {
               Json({{"skipImport", true}}));
     EXPECT_EQ(onlyStep("- config: {mode: set, parameters: {a: b, c: [d]}}").arguments,
               Json({{"mode", "set"}, {"parameters", {{"a", "b"}, {"c", {"d"}}}}}));
+}
+
+TEST_F(ScenarioTest, FilesAreBelowTheRoot) {
+    const Scenario scenario = read("provider: p.so\n"
+                                   "files:\n"
+                                   "  a: ''\n"
+                                   "  ./b//..c: |\n"
+                                   "    one\n"
+                                   "    two\n");
+    ASSERT_EQ(scenario.files.size(), 2u);
+    EXPECT_EQ(scenario.files[0].path, "a");
+    EXPECT_EQ(scenario.files[0].content, "");
+    EXPECT_EQ(scenario.files[0].line, 3);
+    EXPECT_EQ(scenario.files[1].path, "b/..c");
+    EXPECT_EQ(scenario.files[1].content, "one\ntwo\n");
+    EXPECT_EQ(scenario.files[1].line, 4);
+}
+
+TEST_F(ScenarioTest, AfterAnInterposeStepThereMayBeNodesThatTheScenarioDoesNotKnow) {
+    const Scenario scenario = read("provider: p.so\n"
+                                   "nodes: [{name: a}]\n"
+                                   "steps:\n"
+                                   "  - interpose\n"
+                                   "  - initNode: {node: <p>a, parents: [a, g]}\n");
+    EXPECT_EQ(scenario.steps[1].arguments, Json({{"node", "<p>a"}, {"parents", {"a", "g"}}}));
 }
 
 TEST_F(ScenarioTest, AStepMayBeItsOperationAlone) {
@@ -190,7 +216,7 @@ INSTANTIATE_TEST_SUITE_P(
         Bad{"provider: ''\n", "s.yaml:1: provider must not be empty"},
         Bad{"provider: p\nprovder: q\n",
             "s.yaml:2: unknown key 'provder' in the scenario; known: provider, name, fimName, "
-            "language, catalogues, trace, deadline, nodes, steps"},
+            "language, catalogues, trace, deadline, files, nodes, steps"},
         Bad{"provider: p\nname: a\nname: b\n", "s.yaml:3: the scenario holds 'name' twice"},
         Bad{"provider: p\nname: {a: b}\n", "s.yaml:2: name must be a text"},
         Bad{"provider: p\ntrace: 6\n", "s.yaml:2: trace must be a map"},
@@ -211,6 +237,20 @@ INSTANTIATE_TEST_SUITE_P(
             "s.yaml:2: deadline must be a number of seconds above 0, not 'soon'"},
         Bad{"provider: p\ndeadline: inf\n",
             "s.yaml:2: deadline must be a number of seconds above 0, not 'inf'"},
+        Bad{"provider: p\nfiles: [a]\n", "s.yaml:2: files must be a map"},
+        Bad{"provider: p\nfiles:\n  a: [b]\n", "s.yaml:3: file 'a' must be a text"},
+        Bad{"provider: p\nfiles:\n  /a: b\n",
+            "s.yaml:3: files: '/a' is no path of a file below the root"},
+        Bad{"provider: p\nfiles:\n  a: b\n  a/../../b: c\n",
+            "s.yaml:4: files: 'a/../../b' is no path of a file below the root"},
+        Bad{"provider: p\nfiles: {..: a}\n",
+            "s.yaml:2: files: '..' is no path of a file below the root"},
+        Bad{"provider: p\nfiles: {a/: b}\n",
+            "s.yaml:2: files: 'a/' is no path of a file below the root"},
+        Bad{"provider: p\nfiles: {.: b}\n",
+            "s.yaml:2: files: '.' is no path of a file below the root"},
+        Bad{"provider: p\nfiles: {'': b}\n",
+            "s.yaml:2: files: '' is no path of a file below the root"},
         Bad{"provider: p\n  name: x\n", "s.yaml:2: not YAML: illegal map value"},
         Bad{"provider: p\nnodes: {}\n", "s.yaml:2: nodes must be a list"},
         Bad{"provider: p\nsteps: init\n", "s.yaml:2: steps must be a list"}));
@@ -263,6 +303,8 @@ INSTANTIATE_TEST_SUITE_P(
             "s.yaml:4: node: there is no node 'a'; the scenario has none"},
         Bad{"provider: p\nnodes: [{name: a}]\nsteps:\n  - prepare: {nodes: [a, b]}\n",
             "s.yaml:4: nodes: there is no node 'b'; known: a"},
+        Bad{"provider: p\nnodes: [{name: a}]\nsteps:\n  - interpose: {node: g}\n",
+            "s.yaml:4: node: there is no node 'g'; known: a"},
         Bad{"provider: p\nsteps:\n  - prepare: {nodes: {a: b}}\n",
             "s.yaml:3: nodes must be a list"},
         Bad{"provider: p\nsteps:\n  - config: {mode: fetch}\n",

@@ -1,0 +1,146 @@
+// The operations that work on the framework's nodes, and what becomes of the nodes.
+#include <cstdlib>
+#include <memory>
+#include <utility>
+
+#include "adapters.h"
+
+namespace kzfi_simhost {
+namespace {
+
+int intentOf(const Call& call) {
+    return static_cast<int>(call.number("intent"));
+}
+
+struct Freed {
+    void operator()(char* text) const { std::free(text); }
+};
+using FreedText = std::unique_ptr<char, Freed>;
+
+void takeName(kfi_domain_assoc_entry* entry, std::vector<FreedText>& names) {
+    if (entry != nullptr) {
+        names.emplace_back(std::exchange(entry->name, nullptr));
+    }
+}
+
+/// The names in the node's associations, which are the host's to free: deInitNode frees the list
+/// alone.
+std::vector<FreedText> takeNamesFrom(const kfi_domain* node) {
+    std::vector<FreedText> names;
+    for (const kfi_domain_assoc* each = node != nullptr ? node->assoc_list : nullptr;
+         each != nullptr; each = each->next) {
+        takeName(each->first, names);
+        takeName(each->second, names);
+    }
+    return names;
+}
+
+Outcome withState(int status, const kfi_domain* node) {
+    Outcome outcome = answered(status);
+    addState(outcome, node);
+    return outcome;
+}
+
+/// The flags of the listed nodes, and which of the nodes are disabled by them.
+Outcome withFlags(Call& call, int status) {
+    Outcome outcome = answered(status, "disabled", Json::array());
+    outcome.values["flags"] = Json::array();
+    for (const kfi_domain* const node : call.nodes("nodes")) {
+        outcome.values["flags"].push_back(node->flags);
+        if ((node->flags & KZFI_NODE_ACCESS_DISABLED) != 0) {
+            outcome.values["disabled"].push_back(nameOf(node->objid));
+        }
+    }
+    return outcome;
+}
+
+} // namespace
+
+void addState(Outcome& outcome, const kfi_domain* node) {
+    if (node != nullptr) {
+        outcome.values.update(stateOf(*node));
+    }
+}
+
+Outcome callInitNode(Call& c) {
+    kfi_domain* const node = c.node();
+    std::vector<kfi_domain*>& parents = c.nodes("parents");
+    kzfi_objid* const object =
+        c.has("object") || node == nullptr ? c.object("object") : node->objid;
+    return withState(c.provider().initNode(node, parents.data(), countOf(parents), object), node);
+}
+
+Outcome callInitAltNode(Call& c) {
+    kfi_domain* const target = c.node("target");
+    const int status =
+        c.provider().initAltNode(c.node(), c.node("parent"), target, c.flag("skipImport"));
+    return withState(status, target);
+}
+
+Outcome callReAccessTmpObj(Call& c) {
+    kfi_domain* const node = c.node();
+    const int status =
+        c.provider().reAccessTmpObj(node, c.object("object"), c.text("splitType"), c.node("parent"),
+                                    c.text("session"), intentOf(c));
+    return withState(status, node);
+}
+
+Outcome callReAccessAltNode(Call& c) {
+    kfi_domain* const node = c.node();
+    std::vector<kzfi_objid*>& primaries = c.objects("primaries");
+    const int status = c.provider().reAccessAltNode(
+        node, c.object("primary"), c.object("alternate"), c.text("session"), primaries.data(),
+        c.objects("secondaries", primaries.size()).data(), countOf(primaries), intentOf(c));
+    return withState(status, node);
+}
+
+Outcome callDeInitNode(Call& c) {
+    kfi_domain* const node = c.node();
+    const std::vector<FreedText> names = takeNamesFrom(node);
+    c.provider().deInitNode(node);
+    if (node != nullptr) {
+        node->display_name = nullptr; // The provider is done with the node; the text may be gone.
+    }
+    Outcome outcome;
+    addState(outcome, node);
+    return outcome;
+}
+
+Outcome callInterpose(Call& c) {
+    kfi_domain* const node = c.node();
+    kzfi_objid* interposer = nullptr;
+    kzfi_objid** list = nullptr;
+    int count = 0;
+    const int status = c.provider().interpose(node, &interposer, &list, &count);
+    const Json lower = takeNames(list, count);
+    Outcome outcome = answered(status, "interposer", nameOf(interposer));
+    outcome.values["lower"] = lower;
+    if (status == KZFI_INTERPOSE_DONE && interposer != nullptr && interposer->name != nullptr) {
+        std::vector<std::string> names;
+        for (const Json& name : lower) {
+            if (name.is_string()) {
+                names.push_back(name.get<std::string>());
+            }
+        }
+        c.host.nodes().interpose(node, interposer->name, names);
+    }
+    return outcome;
+}
+
+Outcome callIsReady(Call& c) {
+    std::vector<kfi_splitnode*>& split = c.splits();
+    const int status = c.provider().isReady(c.text("session"), split.data(), countOf(split));
+    return withFlags(c, status);
+}
+
+Outcome callEnableAccess(Call& c) {
+    return withFlags(c, c.provider().enableAccess(c.subObjects("nodes"), c.number("options"),
+                                                  static_cast<int>(c.number("first")),
+                                                  static_cast<int>(c.number("second"))));
+}
+
+Outcome callDisableAccess(Call& c) {
+    return withFlags(c, c.provider().disableAccess(c.subObjects("nodes"), c.number("options")));
+}
+
+} // namespace kzfi_simhost
