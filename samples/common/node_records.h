@@ -10,20 +10,34 @@
 
 namespace samples {
 
-/// A factory that keeps its records in a map; the framework calls it from several threads.
+/// The node's name; empty for a node that has none.
+inline std::string nameOf(const kfi_domain* node) {
+    const bool named = node != nullptr && node->objid != nullptr && node->objid->name != nullptr;
+    return named ? node->objid->name : "";
+}
+
+/// Keeps the records in a map; nodes without a name have none. The framework calls from several
+/// threads. The provider makes one in its init() and registers it:
+///
+///     CFiPrivateDataFactoryPtr records(new samples::NodeRecords(traceLog));
+///     privateDataManager->registerFactory(records);
 class NodeRecords : public kzfi_pdk_4_4::CFiPrivateDataFactory {
   public:
     explicit NodeRecords(const kzfi_pdk_4_4::CFiTraceLogPtr& log) : traceLog(log) {}
 
     kzfi_pdk_4_4::CFiPrivateDataPtr findPrivateData(kfi_domain* node) override {
         const std::lock_guard<std::mutex> guard(lock);
-        const auto found = records.find(node->objid->name);
+        const auto found = records.find(nameOf(node));
         return found != records.end() ? found->second : kzfi_pdk_4_4::CFiPrivateDataPtr();
     }
 
     kzfi_pdk_4_4::CFiPrivateDataPtr createPrivateData(kfi_domain* node, int altNode) override {
+        const std::string name = nameOf(node);
+        if (name.empty()) {
+            return kzfi_pdk_4_4::CFiPrivateDataPtr();
+        }
         const std::lock_guard<std::mutex> guard(lock);
-        kzfi_pdk_4_4::CFiPrivateDataPtr& record = records[node->objid->name];
+        kzfi_pdk_4_4::CFiPrivateDataPtr& record = records[name];
         if (!record) {
             record = new kzfi_pdk_4_4::CFiPrivateData(node->objid);
             record->registerTraceLog(traceLog);
@@ -34,7 +48,7 @@ class NodeRecords : public kzfi_pdk_4_4::CFiPrivateDataFactory {
 
     void deletePrivateData(kfi_domain* node) override {
         const std::lock_guard<std::mutex> guard(lock);
-        records.erase(node->objid->name);
+        records.erase(nameOf(node));
     }
 
   private:

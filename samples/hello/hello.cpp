@@ -1,10 +1,9 @@
 // A first provider: it describes three parameters, keeps their values for every node, and has one
 // operation, prepare, that fails on purpose and says why in the caller's language.
-#include <map>
-#include <mutex>
 #include <string>
 
 #include "cfipluginbase.h"
+#include "node_records.h"
 
 using namespace kzfi_pdk_4_4;
 
@@ -14,49 +13,6 @@ namespace {
 const int MESSAGE_OFFSET = 1000;
 const int CANNOT_PREPARE = MESSAGE_OFFSET + 2;
 const kfi_eseverity SEVERITY_ERROR = 3;
-
-/// The node's name; empty for a node that has none.
-std::string nameOf(const kfi_domain* node) {
-    const bool named = node != nullptr && node->objid != nullptr && node->objid->name != nullptr;
-    return named ? node->objid->name : "";
-}
-
-/// Keeps a record for every node, by the node's name.
-class NodeRecords : public CFiPrivateDataFactory {
-  public:
-    explicit NodeRecords(const CFiTraceLogPtr& log) : traceLog(log) {}
-
-    CFiPrivateDataPtr findPrivateData(kfi_domain* node) override {
-        const std::lock_guard<std::mutex> guard(lock);
-        const auto found = records.find(nameOf(node));
-        return found != records.end() ? found->second : CFiPrivateDataPtr();
-    }
-
-    CFiPrivateDataPtr createPrivateData(kfi_domain* node, int altNode) override {
-        const std::string name = nameOf(node);
-        if (name.empty()) {
-            return CFiPrivateDataPtr();
-        }
-        const std::lock_guard<std::mutex> guard(lock);
-        CFiPrivateDataPtr& record = records[name];
-        if (!record) {
-            record = CFiPrivateDataPtr(new CFiPrivateData(node->objid));
-            record->registerTraceLog(traceLog);
-            record->setIsAltNode(altNode != 0);
-        }
-        return record;
-    }
-
-    void deletePrivateData(kfi_domain* node) override {
-        const std::lock_guard<std::mutex> guard(lock);
-        records.erase(nameOf(node));
-    }
-
-  private:
-    std::mutex lock; // the framework calls from several threads
-    std::map<std::string, CFiPrivateDataPtr> records;
-    CFiTraceLogPtr traceLog;
-};
 
 /// Finds this provider's messages: the catalogue "hello", one bundle a language.
 class Messages : public CFiMessageCatalogFactory {
@@ -85,7 +41,7 @@ class HelloProvider : public CFiPluginBase {
     int init() override {
         const CFiTraceLogFunction scope(traceLog, __func__, __LINE__, __FILE__);
         describeParameters();
-        CFiPrivateDataFactoryPtr records(new NodeRecords(traceLog));
+        CFiPrivateDataFactoryPtr records(new samples::NodeRecords(traceLog));
         privateDataManager->registerFactory(records);
         catalogManager->registerFactory(&messages);
         return KZFI_OK;
@@ -108,7 +64,7 @@ class HelloProvider : public CFiPluginBase {
         if (nodes == nullptr || count <= 0) {
             return KZFI_OK;
         }
-        const std::string name = nameOf(nodes[0]->node);
+        const std::string name = samples::nameOf(nodes[0]->node);
         if (traceLog) {
             traceLog->trace(1, "ERROR: no room for a snapshot of %s", name.c_str());
         }

@@ -1,7 +1,7 @@
 // A router: it puts nodes of its own over the devices of two enclosures, hands out LUN numbers that
 // survive the process, and presents a device to a host by a link in the host's folder:
 //
-//   <install root>/devices/ENC1/00A3                        the device, a file
+//   <install root>/devices/ENC1/00A3                        device UDID##...##ENC1##00A3, a file
 //   <install root>/hosts/alpha/lun16 -> .../ENC1/00A3       how host alpha sees it
 #include <algorithm>
 #include <filesystem>
@@ -21,16 +21,25 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const int NOT_A_DEVICE = 21;
 const int NO_SUCH_DEVICE = 1001;
 const int NO_FREE_NUMBER = 1002;
 const int CANNOT_PRESENT = 1003;
+const int BAD_NAME = 1004;
+
+const int NODE_TYPE = 0x10;    // of the router's own nodes and of what is presented
+const int IGNORED_TYPE = 0x80; // nodes that are left as they are
 
 const unsigned int FIRST_LUN = 16;
 const unsigned int LAST_LUN = 31;
 
-const int MIRROR = 0x1;
-const int COPY = 0x2;
+// What a node supports that is not presented to hosts.
+const int MIRROR = 0x4;
+const int COPY = 0x8;
+
+/// Names come from outside and become parts of paths: they must not lead anywhere else.
+bool isFileName(const std::string& name) {
+    return !name.empty() && name != "." && name != ".." && name.find('/') == std::string::npos;
+}
 
 /// A device of an enclosure, found by its identifier.
 struct Device {
@@ -40,11 +49,15 @@ struct Device {
         : udid(name.substr(std::min(name.find("UDID##"), name.size()))) {
         const CFiUdid fields{tstring(name.c_str())};
         enclosure = fields.field3;
-        file = fs::path(installRoot) / "devices" / enclosure / fields.field4;
+        id = fields.field4;
+        file = fs::path(installRoot) / "devices" / enclosure / id;
     }
+
+    bool isUsable() const { return isFileName(udid) && isFileName(enclosure) && isFileName(id); }
 
     std::string udid;
     std::string enclosure;
+    std::string id;
     fs::path file;
 };
 
@@ -53,6 +66,8 @@ class Router : public CFiPluginInterposer {
     Router() {
         setProviderName("router");
         setFimName("router");
+        setDefaultNodeType(NODE_TYPE);
+        addIgnoreNodeType(IGNORED_TYPE);
     }
 
     int init() override {
@@ -73,15 +88,21 @@ class Router : public CFiPluginInterposer {
         const std::lock_guard<std::mutex> guard(lock);
         try {
             const Device device(root, name.c_str());
+            if (!device.isUsable() || !std::all_of(hosts.begin(), hosts.end(), isHost)) {
+                return refuse(BAD_NAME, device.udid, "or a host has a name that makes no path");
+            }
             return deport ? withdraw(device, hosts) : present(device, hosts);
         } catch (const CFiUdidException& failure) {
-            return refuse(NOT_A_DEVICE, failure.udid, "is no device identifier");
+            return refuse(KZFI_ERR_UDID, failure.udid, "is no device identifier");
         } catch (const fs::filesystem_error& failure) {
             return refuse(CANNOT_PRESENT, name.c_str(), failure.what());
         }
     }
 
   private:
+    static bool isHost(const tstring& name) { return isFileName(name.c_str()); }
+
+    /// Without hosts there is nothing to do but to see that the device is there.
     int present(const Device& device, const std::vector<tstring>& hosts) {
         if (!fs::exists(device.file)) {
             return refuse(NO_SUCH_DEVICE, device.udid, "does not exist");
@@ -89,10 +110,8 @@ class Router : public CFiPluginInterposer {
         if (hosts.empty()) {
             return KZFI_OK;
         }
-        int number = numberOf(device);
-        if (number < 0) {
-            number = takeNumber(device);
-        }
+        const int old = numberOf(device);
+        const int number = old >= 0 ? old : takeNumber(device);
         if (number < 0) {
             return refuse(NO_FREE_NUMBER, device.udid, "gets no LUN number: all are in use");
         }
@@ -116,13 +135,15 @@ class Router : public CFiPluginInterposer {
                 fs::remove(linkOf(host, number));
             }
         }
-        for (const std::string& host : allHosts()) {
-            if (sees(host, device, number)) {
-                return KZFI_OK;
-            }
+        const std::vector<std::string> left = allHosts();
+        if (std::any_of(left.begin(), left.end(),
+                        [&](const std::string& host) { return sees(host, device, number); })) {
+            return KZFI_OK;
         }
         CFiPblmOps& numbers = numbersOf(device.enclosure);
-        numbers.rmCacheRecord(recordOf(device).c_str());
+        if (numbers.rmCacheRecord(recordOf(device).c_str()) != 0) {
+            return refuse(CANNOT_PRESENT, device.udid, "keeps its LUN number");
+        }
         numbers.resetLunNum(device.enclosure.c_str(), static_cast<unsigned int>(number));
         return KZFI_OK;
     }
