@@ -12,8 +12,10 @@ namespace kzfi_pdk_4_4 {
 
 class CFiConfiguration;
 class CFiErrorManager;
+class FileDescriptor;
 class TraceMessage;
 class TraceTime;
+struct TraceOutput;
 
 /// The one diagnostic log of a plug-in context.
 ///
@@ -104,15 +106,20 @@ class KZFI_PDK_API CFiTraceLog : public virtual CFiRefCount {
     static int getKwfisTraceLevel(tstring& dir, tstring& file, int& level);
 
   private:
-    void traceEnabled(int level, const char* format, va_list arguments)
+    void traceEnabled(int level, const char* format, va_list arguments, TraceOutput& output)
         __attribute__((format(printf, 3, 0)));
+    void handOver(int level, const TraceOutput& output) const;
     bool passesFilter(int level) const;
     bool errorManagerListens() const;
-    void writeLine(int level, const TraceTime& time, const char* message);
-    std::string pathOfDay(const std::string& date) const;
-    bool startsDay(const std::string& date, const std::string& path);
-    void writeToFile(const std::string& date, const std::string& line);
-    void pushToErrorManager(int level, const TraceTime& time, const TraceMessage& message) const;
+    void writeLine(const TraceTime& time, const char* message, TraceOutput& output);
+    bool hasLocation() const;
+    void writeToFile(const TraceTime& time, const std::string& line);
+    std::string pathOfDay(const TraceTime& time) const;
+    FileDescriptor openForLine(const TraceTime& time, const std::string& path);
+    bool isChecked(const TraceTime& time) const;
+    FileDescriptor openNewDay(const TraceTime& time, const std::string& path);
+    void makeCopy(int level, const TraceTime& time, const TraceMessage& message,
+                  TraceOutput& output) const;
     void createTraceFile();
     void importOwnConfiguration(CFiConfiguration& configuration) const;
 
@@ -128,8 +135,10 @@ class KZFI_PDK_API CFiTraceLog : public virtual CFiRefCount {
     std::atomic<int> traceLevel;
     CFiSmartPtr<CFiErrorManager, CFiContextSingletonAllocator<CFiErrorManager>> errorManager;
     std::atomic<LogHandler> logHandler;
-    // Whoever sets it may look at and change traceDate and tracePath.
-    std::atomic_flag dateInUse = ATOMIC_FLAG_INIT;
+    // MMDDYY as a number: the day whose file was checked for a link and opened once.
+    std::atomic<int> checkedDay;
+    // Whoever sets it checks a new day's file and may change traceDate and tracePath.
+    std::atomic_flag dayInCheck = ATOMIC_FLAG_INIT;
 };
 
 /// Traces the entry of a function when made and its exit when destroyed, both at level 6:

@@ -1,6 +1,5 @@
 #include "cfitracelog.h"
 
-#include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -18,23 +17,21 @@
 #include "diag/verbose.h"
 #include "util/file.h"
 #include "util/processid.h"
+#include "util/productpaths.h"
 #include "util/text.h"
+#include "util/threadid.h"
 
 namespace kzfi_pdk_4_4 {
 
 namespace {
 
-constexpr char MAIN_CONFIG_PATH[] = KZFI_MAIN_CONFIG_DIR "/" KZFI_MAIN_CONFIG_FILE;
 // The lowest verbose level that lets lines through.
 constexpr int LEAST_VERBOSE = 9;
 // Room for more text beside the message in a copy for the error manager.
 constexpr std::size_t COPY_ROOM = 256;
 // Enough for what stands before the message of a line, and its line end.
 constexpr std::size_t HEAD_ROOM = 100;
-
-std::uint32_t threadId() {
-    return static_cast<std::uint32_t>(pthread_self());
-}
+constexpr int NO_DAY = -1;
 
 void appendNumber(std::string& text, std::uint32_t number) {
     char digits[10];
@@ -59,14 +56,50 @@ kfi_eseverity severityOf(int level) {
     }
 }
 
+// For the first line of a day. A link that appears behind the check is somebody's race: not
+// followed.
+FileDescriptor openChecked(const char* path) {
+    const bool linkStays = RemoveSymbolicLink(path) != 0;
+    return openForAppending(path, linkStays);
+}
+
+// A turn at something that one thread at a time may do; who comes meanwhile does not wait.
+class Turn {
+  public:
+    explicit Turn(std::atomic_flag& takenFlag)
+        : taken(takenFlag),
+          mine(!takenFlag.test_and_set(std::memory_order_acquire)) {}
+    Turn(const Turn&) = delete;
+    Turn& operator=(const Turn&) = delete;
+    ~Turn() {
+        if (mine) {
+            taken.clear(std::memory_order_release);
+        }
+    }
+    bool isMine() const { return mine; }
+
+  private:
+    std::atomic_flag& taken;
+    const bool mine;
+};
+
 } // namespace
+
+/// What a line hands to code of others, once it is complete.
+struct TraceOutput {
+    CFiTraceLog::LogHandler handler = nullptr;
+    std::string line;
+    bool pushed = false;
+    std::string copy;
+};
 
 CFiTraceLog::CFiTraceLog()
     : enabled(false),
       toStdout(false),
       runtimeUpdate(false),
       traceLevel(0),
-      logHandler(nullptr) {}
+      logHandler(nullptr),
+      checkedDay(NO_DAY) {}
 
 CFiTraceLog::~CFiTraceLog() = default;
 
@@ -85,15 +118,13 @@ void CFiTraceLog::unregisterLogHandler() {
 }
 
 void CFiTraceLog::createTraceFile() {
-    const std::string date = TraceTime().date();
-    const std::string path = pathOfDay(date);
-    traceDate = date.c_str();
-    tracePath = path.c_str();
+    checkedDay = NO_DAY;
     if (traceLevel == 0) {
         return;
     }
-    const bool noLink = RemoveSymbolicLink(path.c_str()) == 0;
-    if (openForAppending(path.c_str(), !noLink).isOpen()) {
+    const TraceTime time;
+    const std::string path = pathOfDay(time);
+    if (hasLocation() && openNewDay(time, path).isOpen()) {
         enabled = true;
         updateTraceLevelFromConfigFile();
     } else {
@@ -116,14 +147,17 @@ void CFiTraceLog::vtrace(int level, const char* format, va_list arguments) {
     if (format == nullptr || *format == '\0' || !enabled) {
         return;
     }
+    TraceOutput output;
     try {
-        traceEnabled(level, format, arguments);
+        traceEnabled(level, format, arguments, output);
     } catch (const std::bad_alloc&) {
         // Without memory the line is dropped.
     }
+    handOver(level, output);
 }
 
-void CFiTraceLog::traceEnabled(int level, const char* format, va_list arguments) {
+void CFiTraceLog::traceEnabled(int level, const char* format, va_list arguments,
+                               TraceOutput& output) {
     const bool written = passesFilter(level);
     const bool pushed = errorManagerListens();
     if (!written && !pushed) {
@@ -132,10 +166,20 @@ void CFiTraceLog::traceEnabled(int level, const char* format, va_list arguments)
     const TraceMessage message(format, arguments);
     const TraceTime time;
     if (written) {
-        writeLine(level, time, message.text());
+        writeLine(time, message.text(), output);
     }
     if (pushed) {
-        pushToErrorManager(level, time, message);
+        makeCopy(level, time, message, output);
+    }
+}
+
+// Apart from the log's own work: what others throw passes, also when they are out of memory.
+void CFiTraceLog::handOver(int level, const TraceOutput& output) const {
+    if (output.handler != nullptr) {
+        output.handler(output.line.c_str(), level);
+    }
+    if (output.pushed) {
+        errorManager->pushError(output.copy.c_str(), severityOf(level));
     }
 }
 
@@ -153,9 +197,9 @@ bool CFiTraceLog::errorManagerListens() const {
     return errorManager && errorManager->hasHandlers();
 }
 
-void CFiTraceLog::writeLine(int level, const TraceTime& time, const char* message) {
+void CFiTraceLog::writeLine(const TraceTime& time, const char* message, TraceOutput& output) {
     const LogHandler handler = logHandler;
-    std::string line;
+    std::string& line = output.line;
     line.reserve(HEAD_ROOM + std::strlen(message));
     line.append(time.stamp()).append(handler != nullptr ? ":<Pid - " : " <Pid - ");
     appendNumber(line, static_cast<std::uint32_t>(processId()));
@@ -163,31 +207,33 @@ void CFiTraceLog::writeLine(int level, const TraceTime& time, const char* messag
     appendNumber(line, threadId());
     line.append("> ").append(message);
     if (handler != nullptr) {
-        handler(line.c_str(), level);
+        output.handler = handler;
         return;
     }
     line += '\n';
-    writeToFile(time.date(), line);
+    writeToFile(time, line);
     if (toStdout) {
         std::printf("%s:%s", ownerName.c_str(), line.c_str());
     }
 }
 
-void CFiTraceLog::writeToFile(const std::string& date, const std::string& line) {
-    // A log that was only ever given a handler has no file; "/.MMDDYY" is not to be made.
-    if (traceDir.is_empty() && traceFile.is_empty()) {
+// A log that was only ever given a handler has no file; "/.MMDDYY" is not to be made.
+bool CFiTraceLog::hasLocation() const {
+    return !traceDir.is_empty() || !traceFile.is_empty();
+}
+
+void CFiTraceLog::writeToFile(const TraceTime& time, const std::string& line) {
+    if (!hasLocation()) {
         return;
     }
-    const std::string path = pathOfDay(date);
-    const bool linkRemoved = startsDay(date, path) && RemoveSymbolicLink(path.c_str()) == 0;
-    // A link that appears behind the check of a day's first line is somebody's race: not followed.
-    const FileDescriptor file = openForAppending(path.c_str(), !linkRemoved);
+    const FileDescriptor file = openForLine(time, pathOfDay(time));
     if (file.isOpen()) {
         writeOnce(file, line.data(), line.size());
     }
 }
 
-std::string CFiTraceLog::pathOfDay(const std::string& date) const {
+std::string CFiTraceLog::pathOfDay(const TraceTime& time) const {
+    const std::string date = time.date();
     std::string path;
     path.reserve(traceDir.length() + traceFile.length() + date.size() + 2);
     path.append(traceDir.c_str(), traceDir.length()).append("/");
@@ -195,24 +241,35 @@ std::string CFiTraceLog::pathOfDay(const std::string& date) const {
     return path.append(date);
 }
 
-// One thread at a time looks at the fields; another one that comes meanwhile writes its line
-// without waiting, and leaves the change of day to the one at it or to the next line.
-bool CFiTraceLog::startsDay(const std::string& date, const std::string& path) {
-    if (dateInUse.test_and_set(std::memory_order_acquire)) {
-        return false;
+// Nobody waits for the check of a new day's file: until it is done, the lines of other threads
+// follow no link. Afterwards links are followed until the day ends.
+FileDescriptor CFiTraceLog::openForLine(const TraceTime& time, const std::string& path) {
+    if (isChecked(time)) {
+        return openForAppending(path.c_str(), true);
     }
-    const bool changed = traceDate != date.c_str();
-    if (changed) {
-        traceDate = date.c_str();
-        tracePath = path.c_str();
+    const Turn turn(dayInCheck);
+    if (!turn.isMine()) {
+        return openForAppending(path.c_str(), false);
     }
-    dateInUse.clear(std::memory_order_release);
-    return changed;
+    return isChecked(time) ? openForAppending(path.c_str(), true) : openNewDay(time, path);
 }
 
-void CFiTraceLog::pushToErrorManager(int level, const TraceTime& time,
-                                     const TraceMessage& message) const {
-    std::string copy;
+bool CFiTraceLog::isChecked(const TraceTime& time) const {
+    return checkedDay.load(std::memory_order_acquire) == time.day();
+}
+
+FileDescriptor CFiTraceLog::openNewDay(const TraceTime& time, const std::string& path) {
+    FileDescriptor file = openChecked(path.c_str());
+    traceDate = time.date().c_str();
+    // Read by nobody but people who look at a core dump.
+    tracePath = path.c_str();
+    checkedDay.store(time.day(), std::memory_order_release);
+    return file;
+}
+
+void CFiTraceLog::makeCopy(int level, const TraceTime& time, const TraceMessage& message,
+                           TraceOutput& output) const {
+    std::string& copy = output.copy;
     if (level != 7 && level != 8) {
         copy.append(ownerName.c_str(), ownerName.length());
         copy.append(":").append(time.stamp());
@@ -225,7 +282,7 @@ void CFiTraceLog::pushToErrorManager(int level, const TraceTime& time,
     const bool hasRoom = message.bufferSize() - length >= COPY_ROOM;
     const std::size_t room = message.bufferSize() + (hasRoom ? 0 : COPY_ROOM);
     copy.resize(std::min(copy.size(), room - 1));
-    errorManager->pushError(copy.c_str(), severityOf(level));
+    output.pushed = true;
 }
 
 bool IsSymbolicLink(const char* path) {

@@ -1,16 +1,6 @@
-#include <cstring>
-
 #include "diag/tracing.h"
 
 namespace kzfi_pdk_4_4 {
-
-const char* sourceFileOf(const char* sourcePath) {
-    if (sourcePath == nullptr) {
-        return nullptr;
-    }
-    const char* slash = std::strrchr(sourcePath, '/');
-    return slash != nullptr ? slash + 1 : "include/cfitracelog.h";
-}
 
 CFiTraceLogFunction::CFiTraceLogFunction(const CFiTraceLogPtr& log, const char* function, int line,
                                          const char* sourcePath)

@@ -43,9 +43,7 @@ TraceTime::TraceTime() : local() {
 
 std::string TraceTime::date() const {
     char digits[] = "mmddyy";
-    putDigits(digits, 2, local.tm_mon + 1);
-    putDigits(digits + 2, 2, local.tm_mday);
-    putDigits(digits + 4, 2, local.tm_year % 100);
+    putDigits(digits, 6, day());
     return digits;
 }
 

@@ -16,6 +16,11 @@ class TraceTime {
     /// 19:53:51.114810"); "<time error>" when there is no local time.
     const char* stamp() const { return text; }
 
+    /// MMDDYY as a number.
+    int day() const {
+        return ((local.tm_mon + 1) * 100 + local.tm_mday) * 100 + local.tm_year % 100;
+    }
+
     /// MMDDYY, as in the names of trace files.
     std::string date() const;
 

@@ -9,6 +9,7 @@
 
 #include "cfitracelog.h"
 #include "util/file.h"
+#include "util/productpaths.h"
 
 namespace kzfi_pdk_4_4 {
 
@@ -85,18 +86,18 @@ int verboseLevelIn(const std::string& text, int& level) {
 
 int readVerboseLevel(const char* path, int& level) {
     const FileDescriptor file = openMainFile(path);
-    return file.isOpen() ? verboseLevelIn(readToEnd(file), level) : VERBOSE_NO_FILE;
+    return file.isOpen() ? verboseLevelIn(readRegular(file), level) : VERBOSE_NO_FILE;
 }
 
 int CFiTraceLog::getKwfisTraceConfigFileInfo(tstring& dir, tstring& file) {
-    dir = KZFI_MAIN_CONFIG_DIR "/";
-    file = KZFI_MAIN_CONFIG_FILE;
+    dir = MAIN_CONFIG_DIR;
+    file = MAIN_CONFIG_FILE;
     return 0;
 }
 
 bool CFiTraceLog::findKwfisVerboseValue(std::string& path) {
     const FileDescriptor file = openMainFile(path.c_str());
-    return file.isOpen() && find(readToEnd(file), LONG_KEY) != std::string::npos;
+    return file.isOpen() && find(readRegular(file), LONG_KEY) != std::string::npos;
 }
 
 int CFiTraceLog::getKwfisTraceLevel(tstring& dir, tstring& file, int& level) {

@@ -4,10 +4,6 @@
 
 namespace kzfi_pdk_4_4 {
 
-/// Where the main configuration file lies, whatever the install root is.
-#define KZFI_MAIN_CONFIG_DIR "/usr/tarnex/stoneleaf"
-#define KZFI_MAIN_CONFIG_FILE "kw.conf"
-
 /// Results of readVerboseLevel() besides 0.
 enum VerboseStatus { VERBOSE_NOT_SET = 1, VERBOSE_NO_FILE = 26 };
 

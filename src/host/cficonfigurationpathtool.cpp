@@ -6,21 +6,20 @@
 #include "cficonfiguration.h"
 #include "cfiudid.h"
 #include "kzfi_framework.h"
+#include "util/productpaths.h"
 
 namespace kzfi_pdk_4_4 {
 
 namespace {
 
-constexpr char DEFAULT_ROOT[] = "/usr/tarnex";
-constexpr char TRACE_DIR[] = "/usr/tarnex/stoneleaf/logs/kwfis/";
-
+// 0 when dir was there, -1 when it was missing.
 int createIfMissing(const tstring& dir) {
-    const int existed = CFiConfigurationPathTool::verify(dir.c_str());
-    if (existed != 0) {
+    const int status = CFiConfigurationPathTool::verify(dir.c_str());
+    if (status != 0) {
         // Unchecked: a directory that is missing shows when a file in it is opened.
         mkdir(dir.c_str(), 0755);
     }
-    return existed;
+    return status;
 }
 
 void useBelowRoot(const char* subdirectory, tstring& dir) {
@@ -29,15 +28,16 @@ void useBelowRoot(const char* subdirectory, tstring& dir) {
     createIfMissing(dir);
 }
 
-int deviceFile(const char* cache, const tstring& udid, tstring& key) {
+// The UDID by value: key may be the same object.
+int deviceFile(const char* cache, tstring udid, tstring& key) {
     CFiConfigurationPathTool::getCacheLocationInfo(key);
     key += cache;
     createIfMissing(key);
     key += CFiUdid(udid).field3.c_str();
     key += "/";
-    const int existed = createIfMissing(key);
+    const int status = createIfMissing(key);
     key += udid;
-    return existed;
+    return status;
 }
 
 } // namespace
@@ -50,7 +50,7 @@ int CFiConfigurationPathTool::getInstallPath(tstring& root) {
     char* named = nullptr;
     kzfi_get_install_root(&named);
     if (named == nullptr) {
-        root = DEFAULT_ROOT;
+        root = PRODUCT_ROOT;
         return 0;
     }
     root = named;

@@ -8,17 +8,6 @@
 
 namespace kzfi_pdk_4_4 {
 
-namespace {
-
-constexpr std::size_t ENDLESS_LIMIT = 64 * 1024;
-
-bool isRegular(const FileDescriptor& file) {
-    struct stat status;
-    return fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode);
-}
-
-} // namespace
-
 FileDescriptor& FileDescriptor::operator=(FileDescriptor&& source) noexcept {
     if (this != &source) {
         close();
@@ -54,16 +43,23 @@ ssize_t readSome(const FileDescriptor& file, char* buffer, std::size_t size) {
     return got;
 }
 
-std::string readToEnd(const FileDescriptor& file) {
+std::string readRegular(const FileDescriptor& file) {
     std::string text;
-    char buffer[4096];
-    while (text.size() < ENDLESS_LIMIT || isRegular(file)) {
-        const ssize_t got = readSome(file, buffer, sizeof buffer);
+    struct stat status;
+    if (fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
+        return text;
+    }
+    // Its size is known, so that no further read has to find the end.
+    text.resize(static_cast<std::size_t>(status.st_size));
+    std::size_t length = 0;
+    while (length < text.size()) {
+        const ssize_t got = readSome(file, &text[length], text.size() - length);
         if (got <= 0) {
             break;
         }
-        text.append(buffer, static_cast<std::size_t>(got));
+        length += static_cast<std::size_t>(got);
     }
+    text.resize(length);
     return text;
 }
 

@@ -1,5 +1,5 @@
 // Files: the system calls behind them, wrapped once. Descriptors are close-on-exec from birth and
-// interrupted calls are repeated.
+// interrupted calls are repeated, but for close().
 #ifndef KZFI_UTIL_FILE_H
 #define KZFI_UTIL_FILE_H
 
@@ -22,7 +22,8 @@ class FileDescriptor {
 
     int get() const { return number; }
     bool isOpen() const { return number >= 0; }
-    /// False when the system reports a failure; the descriptor is gone all the same.
+    /// False when the system reports a failure. The descriptor is gone all the same, also after an
+    /// interruption, which is no failure: a second close() could hit another thread's file.
     bool close();
 
   private:
@@ -35,13 +36,14 @@ FileDescriptor openFile(const char* path, int flags, mode_t mode = 0);
 /// read(); -1 on failure, 0 at the end.
 ssize_t readSome(const FileDescriptor& file, char* buffer, std::size_t size);
 
-/// Reads from where file stands to its end. A failing read ends the text there; a directory, which
-/// can be opened but not read, gives the empty text. Of a pipe or a device, which may never end, it
-/// takes the first 64 KB or little more.
-std::string readToEnd(const FileDescriptor& file);
+/// The text of a file that was just opened; a failing read ends it there. Only a regular file is
+/// read: anything else, of which a pipe would lose what is meant for others and a device may never
+/// end, gives the empty text.
+std::string readRegular(const FileDescriptor& file);
 
-/// Opens path for appending as the stream mode "a+" does, creating it when missing; it never waits
-/// for the other end of a pipe. With followLinks false a symbolic link is refused.
+/// Opens path for appending as the stream mode "a+" does: for reading, too, and a missing file is
+/// made with mode 0666 less the umask. It never waits for the other end of a pipe. With followLinks
+/// false a symbolic link is refused.
 FileDescriptor openForAppending(const char* path, bool followLinks);
 
 /// Writes size bytes with one write, so that several writers of one file do not mix. False when it

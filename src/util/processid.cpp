@@ -15,11 +15,13 @@ void forget() {
     known = 0;
 }
 
+// When the library is loaded, before it has threads that could fork meanwhile. Until then false.
+const bool toldOfForks = pthread_atfork(nullptr, nullptr, &forget) == 0;
+
 } // namespace
 
 // Every trace line names the process; the system call would be 7 per cent of a line's cost.
 pid_t processId() {
-    static const bool toldOfForks = pthread_atfork(nullptr, nullptr, &forget) == 0;
     if (!toldOfForks) {
         return getpid();
     }

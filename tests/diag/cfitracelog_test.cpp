@@ -1,17 +1,26 @@
 #include "cfitracelog.h"
 
 #include <ace/ACE.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 
 #include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <chrono>
 #include <cstring>
+#include <functional>
+#include <future>
+#include <mutex>
+#include <new>
 #include <set>
 #include <stdexcept>
 #include <thread>
 
 #include "cfierrormgr.h"
 #include "failing_memory.h"
+#include "system_calls.h"
 #include "trace_fixture.h"
 
 using namespace kzfi_pdk_4_4;
@@ -41,6 +50,21 @@ class TextCollector : public CFiErrorHandlerBase {
 
     std::vector<PushedText> texts;
     int messages = 0;
+};
+
+// Allocates nothing.
+class Counter : public CFiErrorHandlerBase {
+  public:
+    void handleMessage(CFiMessagePtr) override {}
+    void handleText(const char*, kfi_eseverity) override { ++texts; }
+
+    int texts = 0;
+};
+
+class Thrower : public CFiErrorHandlerBase {
+  public:
+    void handleMessage(CFiMessagePtr) override {}
+    void handleText(const char*, kfi_eseverity) override { throw std::bad_alloc(); }
 };
 
 struct HandledLine {
@@ -159,13 +183,30 @@ TEST_F(CFiTraceLogTest, NoFormatIsNoLineButAnEmptyMessageIsOne) {
 }
 
 TEST_F(CFiTraceLogTest, LogThatIsOffDoesNothing) {
+    start(0, true);
     linkErrorManager();
     Printed printed;
-    log.trace(0, "x");
+    log.trace(0, "not above the log's level");
     log.trace(-5, "x");
     EXPECT_EQ("", printed.text());
     EXPECT_THAT(pushed.texts, IsEmpty());
     EXPECT_TRUE(fs::is_empty(traceDir()));
+
+    log.registerLogHandler(nullptr, 0);
+    Printed ignored;
+    log.trace(0, "on");
+    EXPECT_THAT(messages(), ElementsAre("on"));
+    EXPECT_EQ(1U, pushed.texts.size());
+}
+
+TEST_F(CFiTraceLogTest, LineOfAnUnknownTimeTellsSo) {
+    log.registerLogHandler(&CFiTraceLogTest::handle, 3);
+    linkErrorManager();
+    const kzfi_tests::EndOfTime end;
+    log.trace(1, "x");
+    ASSERT_EQ(1U, handled().size());
+    EXPECT_EQ("<time error>:" + origin() + "x", handled()[0].text);
+    EXPECT_EQ(":<time error> <Thread id - " + threadId() + "> x\n", pushed.texts[0].text);
 }
 
 // ---- Long and broken messages ----
@@ -209,17 +250,20 @@ TEST_F(CFiTraceLogTest, NulEndsTheMessage) {
 }
 
 TEST_F(CFiTraceLogTest, WithoutMemoryALineIsDroppedAndNothingElse) {
-    if (!kzfi_tests::canFailAllocations()) {
+    if (!kzfi_tests::controlsAllocations()) {
         GTEST_SKIP() << "the sanitizer owns the allocator";
     }
     start(3);
-    linkErrorManager();
+    Counter copies;
+    CFiErrorManagerPtr manager(new CFiErrorManager);
+    manager->registerHandler(&copies);
+    log.setErrorManager(manager);
     setMainFile("A = 1\n" + std::string(300, '#'));
     const std::string text(5000, 'x');
     int failing = 0;
     for (bool failed = true; failed;) {
         fs::remove(traceFile());
-        pushed.texts.clear();
+        copies.texts = 0;
         kzfi_tests::failAllocation(++failing);
         EXPECT_NO_THROW(log.trace(3, "%s", text.c_str()));
         EXPECT_NO_THROW(log.trace(6, "%s", text.c_str()));
@@ -227,11 +271,11 @@ TEST_F(CFiTraceLogTest, WithoutMemoryALineIsDroppedAndNothingElse) {
         if (fs::exists(traceFile())) {
             EXPECT_THAT(messages(), ElementsAre(text));
         }
-        EXPECT_GE(2U, pushed.texts.size());
+        EXPECT_GE(2, copies.texts);
     }
     EXPECT_LT(5, failing) << "several allocations were made to fail";
     EXPECT_THAT(messages(), ElementsAre(text));
-    EXPECT_EQ(2U, pushed.texts.size());
+    EXPECT_EQ(2, copies.texts);
 }
 
 // ---- Level ----
@@ -344,6 +388,17 @@ TEST_F(CFiTraceLogTest, RuntimeUpdateLetsExceptionsPass) {
     EXPECT_THAT(messages(), ElementsAre("back"));
 }
 
+TEST_F(CFiTraceLogTest, RuntimeUpdateGoesOnWhileTheLogIsOff) {
+    start(0, false, "\"TRACERUNTIMEUPDATE\"=dword:00000001\n");
+    kzfi_tests::throwRuntimeErrorFromHost(1);
+    EXPECT_THROW(log.trace(1, "x"), std::runtime_error);
+
+    log.registerLogHandler(&CFiTraceLogTest::handle, 0);
+    configureLevel("00000005");
+    log.trace(5, "yes");
+    EXPECT_EQ(1U, handled().size());
+}
+
 TEST_F(CFiTraceLogTest, WithoutRuntimeUpdateTheConfigurationIsNotTouched) {
     start(3);
     kzfi_tests::throwRuntimeErrorFromHost(1);
@@ -408,8 +463,17 @@ TEST_F(CFiTraceLogTest, PipeAtTheFilesPathDoesNotWait) {
     start(3);
     fs::remove(traceFile());
     ASSERT_EQ(0, mkfifo(traceFile().c_str(), 0600));
-    log.trace(1, "x");
-    SUCCEED() << "the call came back";
+    const int pipe = open(traceFile().c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
+    ASSERT_LE(0, pipe);
+    char buffer[4096] = "";
+    while (write(pipe, buffer, sizeof buffer) > 0) {
+    }
+    ASSERT_EQ(EAGAIN, errno) << "the pipe is full";
+    auto call = std::async(std::launch::async, [this] { log.trace(1, "x"); });
+    EXPECT_EQ(std::future_status::ready, call.wait_for(std::chrono::seconds(10)));
+    while (read(pipe, buffer, sizeof buffer) > 0) { // so that a call that waits ends
+    }
+    close(pipe);
 }
 
 TEST_F(CFiTraceLogTest, LinkPlantedDuringTheDayIsFollowed) {
@@ -450,6 +514,50 @@ TEST_F(CFiTraceLogTest, LinkAtTheNewDaysPathIsRemoved) {
               printed.text());
     EXPECT_THAT(messages(), ElementsAre("x"));
     EXPECT_EQ("precious", readFile(victim));
+}
+
+TEST_F(CFiTraceLogTest, LinkThatCannotBeRemovedIsFollowed) {
+    start(3);
+    localTime.nextDay();
+    fs::create_symlink(temp.path("target"), traceFile());
+    Printed printed;
+    {
+        const kzfi_tests::FailingUnlink failing;
+        log.trace(1, "first");
+    }
+    log.trace(1, "second");
+    EXPECT_EQ("A symbolic link with the name " + traceFile() +
+                  " exists.Removing link\nFailed to unlink trace file\n",
+              printed.text());
+    EXPECT_THAT(messagesOf(readFile(temp.path("target"))), ElementsAre("first", "second"));
+}
+
+TEST_F(CFiTraceLogTest, LinkThatAppearsBehindTheCheckIsNotFollowed) {
+    start(3);
+    localTime.nextDay();
+    const std::string path = traceFile();
+    const kzfi_tests::AfterLstat planted(path,
+                                         [&] { fs::create_symlink(temp.path("victim"), path); });
+    Printed printed;
+    log.trace(1, "x");
+    EXPECT_EQ("Failed to lstat " + path + "\n", printed.text());
+    EXPECT_TRUE(fs::is_symlink(path));
+    EXPECT_FALSE(fs::exists(temp.path("victim")));
+}
+
+TEST_F(CFiTraceLogTest, NobodyFollowsALinkWhileANewDaysFileIsChecked) {
+    start(3);
+    localTime.nextDay();
+    fs::create_symlink(temp.path("victim"), traceFile());
+    const kzfi_tests::AfterLstat meanwhile(
+        traceFile(), [&] { std::thread([&] { log.trace(1, "other"); }).join(); });
+    Printed printed;
+    log.trace(1, "first");
+    log.trace(1, "second");
+    EXPECT_EQ("A symbolic link with the name " + traceFile() + " exists.Removing link\n",
+              printed.text());
+    EXPECT_FALSE(fs::exists(temp.path("victim")));
+    EXPECT_THAT(messages(), ElementsAre("first", "second"));
 }
 
 TEST_F(CFiTraceLogTest, OnlyTheFirstLineOfADayLooksForALink) {
@@ -542,6 +650,15 @@ TEST_F(CFiTraceLogTest, NoHandlerIsNone) {
     EXPECT_THAT(messages(), ElementsAre("x"));
 }
 
+TEST_F(CFiTraceLogTest, WhatTheHandlerThrowsPassesAndThereIsNoCopy) {
+    linkErrorManager();
+    log.registerLogHandler([](const char*, int) { throw std::runtime_error("handler"); }, 3);
+    EXPECT_THROW(log.trace(1, "x"), std::runtime_error);
+    log.registerLogHandler([](const char*, int) { throw std::bad_alloc(); }, 3);
+    EXPECT_THROW(log.trace(1, "x"), std::bad_alloc);
+    EXPECT_THAT(pushed.texts, IsEmpty());
+}
+
 TEST_F(CFiTraceLogTest, LogThatWasNeverInitializedHasNoFile) {
     linkErrorManager();
     log.registerLogHandler(nullptr, 4);
@@ -601,6 +718,51 @@ TEST_F(CFiTraceLogTest, CopyIsMadeBesideTheHandlerToo) {
     log.trace(1, "x");
     EXPECT_EQ(1U, handled().size());
     EXPECT_EQ(1U, pushed.texts.size());
+}
+
+TEST_F(CFiTraceLogTest, CopyComesBehindTheFileAndTheHandler) {
+    class Looker : public CFiErrorHandlerBase {
+      public:
+        explicit Looker(const std::function<bool()>& lookAtLine) : look(lookAtLine) {}
+        void handleMessage(CFiMessagePtr) override {}
+        void handleText(const char*, kfi_eseverity) override { seen.push_back(look()); }
+
+        std::function<bool()> look;
+        std::vector<bool> seen;
+    };
+    start(3);
+    Looker looker([this] { return !written().empty() || !handled().empty(); });
+    CFiErrorManagerPtr manager(new CFiErrorManager);
+    manager->registerHandler(&looker);
+    log.setErrorManager(manager);
+    log.trace(1, "to the file");
+    fs::remove(traceFile());
+    log.trace(6, "nowhere");
+    log.registerLogHandler(&CFiTraceLogTest::handle, 3);
+    log.trace(1, "to the handler");
+    EXPECT_THAT(looker.seen, ElementsAre(true, false, true));
+}
+
+TEST_F(CFiTraceLogTest, WhatAnErrorHandlerThrowsPasses) {
+    start(3);
+    Thrower thrower;
+    CFiErrorManagerPtr manager(new CFiErrorManager);
+    manager->registerHandler(&thrower);
+    log.setErrorManager(manager);
+    EXPECT_THROW(log.trace(1, "x"), std::bad_alloc);
+    EXPECT_THROW(log.trace(6, "x"), std::bad_alloc);
+    EXPECT_THAT(messages(), ElementsAre("x"));
+}
+
+TEST_F(CFiTraceLogTest, LevelBelowAllWritesNothingAndCopiesAll) {
+    configureLevel("ffffffff");
+    Printed ignored;
+    initialize(log);
+    linkErrorManager();
+    log.trace(1, "x");
+    log.trace(0, "x");
+    EXPECT_EQ("", written());
+    EXPECT_EQ(2U, pushed.texts.size());
 }
 
 TEST_F(CFiTraceLogTest, CopyOfALongMessageIsWhole) {
@@ -738,24 +900,57 @@ TEST_F(CFiTraceLogTest, EightThreadsEchoWholeLines) {
     EXPECT_EQ(400U, echoed.size());
 }
 
+TEST_F(CFiTraceLogTest, NoThreadWritesThroughALinkPlantedForTheNewDay) {
+    start(3);
+    Printed ignored;
+    for (int day = 1; day <= 100; ++day) {
+        day % 2 == 1 ? localTime.nextDay() : localTime.sameDay();
+        fs::remove(traceFile());
+        fs::create_symlink(temp.path("victim"), traceFile());
+        std::atomic<int> waiting(4);
+        {
+            const Threads threads(4, [&](int thread) {
+                for (--waiting; waiting > 0;) {
+                }
+                log.trace(1, "%d", thread);
+            });
+        }
+        ASSERT_FALSE(fs::exists(temp.path("victim"))) << day;
+        ASSERT_FALSE(fs::is_symlink(traceFile())) << day;
+        ASSERT_LE(1U, messagesOfAll(written()).size()) << day;
+    }
+}
+
 TEST_F(CFiTraceLogTest, SettingsMayChangeWhileOthersTrace) {
+    static std::mutex mutex;
+    static std::multiset<std::string> taken;
+    taken.clear();
     start(3, false, "\"TRACERUNTIMEUPDATE\"=dword:00000001\n");
-    linkErrorManager();
-    log.setErrorManager(CFiErrorManagerPtr());
     {
         const Threads threads(4, [&](int thread) {
             for (int line = 0; line < 50; ++line) {
                 if (thread == 0) {
-                    log.registerLogHandler([](const char*, int) {}, 6);
+                    log.registerLogHandler(
+                        [](const char* text, int) {
+                            const std::lock_guard<std::mutex> guard(mutex);
+                            taken.merge(messagesOfAll(text));
+                        },
+                        6);
                     log.unregisterLogHandler();
                 } else {
-                    log.trace(1, "%d", thread);
-                    log.trace(6, "%d", thread);
+                    log.trace(1, "%d.%d", thread, line);
                 }
             }
         });
     }
-    EXPECT_EQ(0U, messagesOfAll(written()).count("6"));
+    taken.merge(messagesOfAll(written()));
+    std::multiset<std::string> expected;
+    for (int thread = 1; thread < 4; ++thread) {
+        for (int line = 0; line < 50; ++line) {
+            expected.insert(std::to_string(thread) + "." + std::to_string(line));
+        }
+    }
+    EXPECT_EQ(expected, taken) << "each line once, in the file or at the handler";
     fs::remove(traceFile());
     log.trace(1, "end");
     EXPECT_THAT(messages(), ElementsAre("end"));

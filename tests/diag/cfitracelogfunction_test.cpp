@@ -1,8 +1,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <mutex>
+#include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "cfitracelog.h"
 #include "support/trace_capture.h"
@@ -105,6 +106,13 @@ TEST_F(CFiTraceLogFunctionTest, GuardKeepsTheLogAlive) {
     }
     ASSERT_EQ(2U, lines.size());
     EXPECT_THAT(lines[1], HasSubstr("Exiting Function f [1, a.cpp]"));
+}
+
+TEST_F(CFiTraceLogFunctionTest, EntryLineLetsThroughWhatAHandlerThrows) {
+    capture.log()->registerLogHandler([](const char*, int) { throw std::runtime_error("x"); }, 6);
+    const std::uint32_t before = countOf(capture.log());
+    EXPECT_THROW(CFiTraceLogFunction(capture.log(), "f", 1, "/a.cpp"), std::runtime_error);
+    EXPECT_EQ(before, countOf(capture.log()));
 }
 
 TEST_F(CFiTraceLogFunctionTest, ExitLineSwallowsWhatAHandlerThrows) {

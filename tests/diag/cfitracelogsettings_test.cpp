@@ -1,8 +1,8 @@
 // How a trace log is set up from the plug-in's configuration file.
-#include <fcntl.h>
 #include <sys/stat.h>
 
 #include "cfierrormgr.h"
+#include "system_calls.h"
 #include "trace_fixture.h"
 
 using namespace kzfi_pdk_4_4;
@@ -214,6 +214,14 @@ TEST_F(CFiTraceLogSettingsTest, ValueOfTheOtherKindCountsAsMissing) {
     expectSettings(defaultDir(), "t", "00000004", "00000000", "00000000");
 }
 
+TEST_F(CFiTraceLogSettingsTest, LastLineWithoutALineEndCountsAsMissing) {
+    configureLevel("00000003",
+                   number("TRACESTDOUT", "00000000") + "\"TRACERUNTIMEUPDATE\"=dword:00000001");
+    Printed ignored;
+    initialize(log);
+    expectSettings(traceDir(), "t", "00000003", "00000000", "00000000");
+}
+
 // ---- Level ----
 
 TEST_F(CFiTraceLogSettingsTest, LevelOfTheConfigurationHolds) {
@@ -399,6 +407,43 @@ TEST_F(CFiTraceLogSettingsTest, DirectoryAtTodaysPathCannotBeOpened) {
     EXPECT_EQ("[CFiTraceLog] Error: Tracefile [" + traceFile() + "] initialization failed.[" +
                   traceDir() + "][t]\n",
               printed.text());
+}
+
+TEST_F(CFiTraceLogSettingsTest, LinkThatCannotBeRemovedIsFollowed) {
+    configureLevel("00000003");
+    fs::create_symlink(temp.path("target"), traceFile());
+    const kzfi_tests::FailingUnlink failing;
+    Printed printed;
+    initialize(log);
+    EXPECT_EQ("A symbolic link with the name " + traceFile() +
+                  " exists.Removing link\nFailed to unlink trace file\n",
+              printed.text());
+    log.trace(1, "x");
+    EXPECT_THAT(messagesOf(readFile(temp.path("target"))), ElementsAre("x"));
+}
+
+TEST_F(CFiTraceLogSettingsTest, LinkThatAppearsBehindTheCheckIsNotFollowed) {
+    configureLevel("00000003");
+    const std::string path = traceFile();
+    const kzfi_tests::AfterLstat planted(path,
+                                         [&] { fs::create_symlink(temp.path("victim"), path); });
+    Printed printed;
+    initialize(log);
+    EXPECT_EQ("Failed to lstat " + path + "\n[CFiTraceLog] Error: Tracefile [" + path +
+                  "] initialization failed.[" + traceDir() + "][t]\n",
+              printed.text());
+    EXPECT_FALSE(fs::exists(temp.path("victim")));
+}
+
+TEST_F(CFiTraceLogSettingsTest, WithoutDirectoryAndFileNothingIsMadeInTheRoot) {
+    configure(text("TRACEDIR", "") + text("TRACEFILE", "") + number("TRACELEVEL", "00000003"));
+    const std::string path = "/." + LocalTime::date();
+    Printed printed;
+    initialize(log);
+    log.trace(1, "x");
+    EXPECT_EQ("[CFiTraceLog] Error: Tracefile [" + path + "] initialization failed.[][]\n",
+              printed.text());
+    EXPECT_FALSE(fs::exists(path));
 }
 
 TEST_F(CFiTraceLogSettingsTest, NewFileHasModeOfTheUmask) {

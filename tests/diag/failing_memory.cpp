@@ -14,12 +14,15 @@
 
 #ifdef SANITIZED
 
-bool kzfi_tests::canFailAllocations() {
+bool kzfi_tests::controlsAllocations() {
     return false;
 }
 void kzfi_tests::failAllocation(int) {}
 bool kzfi_tests::allocationFailed() {
     return false;
+}
+std::ptrdiff_t kzfi_tests::liveAllocations() {
+    return 0;
 }
 
 #else
@@ -27,6 +30,7 @@ bool kzfi_tests::allocationFailed() {
 namespace {
 
 thread_local int remaining = 0;
+thread_local std::ptrdiff_t live = 0;
 
 void* allocate(std::size_t size) {
     if (remaining > 0 && --remaining == 0) {
@@ -36,12 +40,20 @@ void* allocate(std::size_t size) {
     if (memory == nullptr) {
         throw std::bad_alloc();
     }
+    ++live;
     return memory;
+}
+
+void release(void* memory) noexcept {
+    if (memory != nullptr) {
+        --live;
+        std::free(memory);
+    }
 }
 
 } // namespace
 
-bool kzfi_tests::canFailAllocations() {
+bool kzfi_tests::controlsAllocations() {
     return true;
 }
 
@@ -55,6 +67,10 @@ bool kzfi_tests::allocationFailed() {
     return failed;
 }
 
+std::ptrdiff_t kzfi_tests::liveAllocations() {
+    return live;
+}
+
 void* operator new(std::size_t size) {
     return allocate(size);
 }
@@ -62,16 +78,16 @@ void* operator new[](std::size_t size) {
     return allocate(size);
 }
 void operator delete(void* memory) noexcept {
-    std::free(memory);
+    release(memory);
 }
 void operator delete[](void* memory) noexcept {
-    std::free(memory);
+    release(memory);
 }
 void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
+    release(memory);
 }
 void operator delete[](void* memory, std::size_t) noexcept {
-    std::free(memory);
+    release(memory);
 }
 
 #endif

@@ -17,6 +17,7 @@
 #include "cfitracelog.h"
 #include "support/product_paths.h"
 #include "support/temp_dir.h"
+#include "support/throwing_host.h"
 
 namespace kzfi_tests {
 
@@ -82,10 +83,6 @@ class Printed {
   private:
     bool taken = false;
 };
-
-/// Makes the next count calls of the host's kzfi_get_install_root throw; 0 ends that.
-void throwCFiErrorFromHost(int count);
-void throwRuntimeErrorFromHost(int count);
 
 /// The plug-in is called "plug"; its traces go to the file "t" below a folder of the test.
 class TraceFixture : public testing::Test {

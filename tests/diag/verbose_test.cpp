@@ -1,6 +1,8 @@
 // The verbose level of the product's main configuration file.
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <string>
@@ -118,6 +120,21 @@ TEST_F(VerboseTest, PipeHoldsNoKeyAndDoesNotWait) {
     ASSERT_EQ(0, mkfifo(temp.path("pipe").c_str(), 0600));
     EXPECT_EQ(1, readFrom("pipe"));
     EXPECT_EQ(UNTOUCHED, level);
+}
+
+TEST_F(VerboseTest, WhatAPipeHoldsIsLeftInIt) {
+    std::string path = temp.path("pipe");
+    ASSERT_EQ(0, mkfifo(path.c_str(), 0600));
+    const int pipe = open(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
+    const std::string setting = "KWFIS_VERBOSE = 9\n";
+    ASSERT_EQ(static_cast<ssize_t>(setting.size()), ::write(pipe, setting.data(), setting.size()));
+    EXPECT_EQ(1, readFrom("pipe"));
+    EXPECT_EQ(UNTOUCHED, level);
+    EXPECT_FALSE(CFiTraceLog::findKwfisVerboseValue(path));
+    char left[100] = "";
+    EXPECT_EQ(static_cast<ssize_t>(setting.size()), ::read(pipe, left, sizeof left));
+    EXPECT_EQ(setting, left);
+    close(pipe);
 }
 
 TEST_F(VerboseTest, DeviceWithoutEndHoldsNoKey) {

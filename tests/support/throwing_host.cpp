@@ -1,4 +1,4 @@
-#include "trace_fixture.h"
+#include "support/throwing_host.h"
 
 #include <dlfcn.h>
 
@@ -24,7 +24,6 @@ void kzfi_tests::throwRuntimeErrorFromHost(int count) {
     runtimeErrors = count;
 }
 
-// In place of the stand-in's, which answers unless a test wants an exception.
 int kzfi_get_install_root(char** root) {
     if (cfiErrors > 0) {
         --cfiErrors;
