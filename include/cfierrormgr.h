@@ -21,7 +21,8 @@ namespace kzfi_pdk_4_4 {
 /// reference. A class that records its failures instead of throwing them has it as a base.
 ///
 /// Threads: a plain record; not guarded.
-/// Errors: copying takes memory and can throw std::bad_alloc.
+/// Errors: copying does not throw. A text is an ACE string, which without memory keeps what it was
+/// when assigned to; a new one then has a null text.
 class KZFI_PDK_API CFiError {
   public:
     /// No error yet: code and line 0, empty texts.
@@ -35,7 +36,8 @@ class KZFI_PDK_API CFiError {
     /// 1000 and code 1003. A code at or below offset is not shifted; kept so on purpose.
     virtual std::string getMessageId(const std::string& prefix, int offset) const;
 
-    /// The message text; never null, valid as long as the object is unchanged.
+    /// The message text, valid as long as the object is unchanged. Null only when there was no
+    /// memory to copy it.
     virtual const char* what() const;
 
     int errorCode;
@@ -87,8 +89,10 @@ using CFiMessagePtr = CFiSmartPtr<CFiMessage, CFiNullAllocator<CFiMessage>>;
 /// it with CFiErrorManager::registerHandler().
 ///
 /// Threads: called on the thread that pushes, from several threads at once if several push. No lock
-/// of the manager is held: a handler may push and register handlers itself.
-/// Ownership: stays with whoever registered it, who keeps it until the manager is gone.
+/// of the manager is held: a handler may push and register handlers itself; one that is registered
+/// meanwhile, on whatever thread, is called for what is being pushed too.
+/// Ownership: stays with whoever registered it, who keeps it until the manager is gone; a message
+/// that dies with the manager may still push.
 /// Errors: an exception passes to whoever pushed; the handlers behind are then not called.
 class KZFI_PDK_API CFiErrorHandlerBase {
   public:
@@ -97,9 +101,10 @@ class KZFI_PDK_API CFiErrorHandlerBase {
     CFiErrorHandlerBase& operator=(const CFiErrorHandlerBase&) = delete;
     virtual ~CFiErrorHandlerBase();
 
-    /// A message was pushed; keeping a copy of the pointer keeps the message.
+    /// A message was pushed, or an empty pointer; keeping a copy of the pointer keeps the message.
     virtual void handleMessage(CFiMessagePtr message) = 0;
-    /// A plain text was pushed, for example a copy of a trace line; text is the caller's.
+    /// A plain text was pushed, for example a copy of a trace line; text is the caller's, null if
+    /// that was pushed.
     virtual void handleText(const char* text, kfi_eseverity severity) = 0;
 };
 
@@ -111,11 +116,12 @@ class KZFI_PDK_API CFiErrorHandlerBase {
 ///     manager->deleteLastError(&info);
 ///
 /// Threads: all operations may be called from several threads. Threads are told apart by their id
-/// cut to 32 bits; the system uses ids again, so a new thread may find the message of one that has
-/// ended.
+/// cut to 32 bits. The system uses ids again, so a new thread may find the message of one that has
+/// ended; two threads whose ids differ only above those bits share one message.
 /// Ownership: shares the messages, does not own the handlers. An entry, once made, stays until the
-/// manager ends.
-/// Errors: reports none itself; what handlers and messages throw passes through.
+/// manager ends. A message may call the manager from its destructor, also at the manager's end.
+/// Errors: reports none itself; what handlers and messages throw passes through, as does
+/// std::bad_alloc.
 class KZFI_PDK_API CFiErrorManager : public virtual CFiRefCount {
   public:
     CFiErrorManager();
@@ -123,7 +129,8 @@ class KZFI_PDK_API CFiErrorManager : public virtual CFiRefCount {
     CFiErrorManager& operator=(const CFiErrorManager&) = delete;
     ~CFiErrorManager() override;
 
-    /// Appends handler. One that is registered twice is called twice; none can be removed.
+    /// Appends handler. One that is registered twice is called twice, a null one is kept and passed
+    /// over; none can be removed.
     void registerHandler(CFiErrorHandlerBase* handler);
     /// Whether there is any handler; takes no lock, so that tracing may ask on every line.
     bool hasHandlers() const { return handlerCount.load(std::memory_order_acquire) > 0; }
@@ -131,14 +138,16 @@ class KZFI_PDK_API CFiErrorManager : public virtual CFiRefCount {
     /// Makes message the calling thread's last one in place of the one before, then hands it to
     /// every handler in the order of registration.
     void pushError(CFiMessagePtr message);
-    /// Hands text to every handler in the order of registration; nothing is kept.
+    /// Hands text, also a null one, to every handler in the order of registration; nothing is kept.
     void pushError(const char* text, kfi_eseverity severity);
 
     /// Wraps a status message and the name of the resource that it is about into one line of XML,
     /// a "CallbackMsg" document, and pushes that as plain text of severity 5. Without a message
     /// held, and for a null resource, the part is left out. The message is percent-encoded,
-    /// resource is not even escaped: it has to be a plain name. Exceptions of the host's library
-    /// pass, with nothing pushed.
+    /// resource is not even escaped: it has to be a plain name.
+    /// Throws std::bad_alloc when memory runs out and std::ios::failure when the host's library
+    /// breaks off writing; its own exceptions pass. Nothing is pushed then, never a part of the
+    /// text. Handlers' exceptions pass as from pushError().
     void reportStatusMsg(
         Orvanta::Stoneleaf::Scf::AutoDereference<Orvanta::Stoneleaf::Scf::StatusMsg>& message,
         const char* resource);

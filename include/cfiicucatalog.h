@@ -54,8 +54,9 @@ class KZFI_PDK_API CFiIcuMessage : public CFiMessage {
     kfi_msg_info* serialize() override;
 
     /// Sets key, severity and arguments from the NUL-terminated text of info; file and line stay,
-    /// and info's length is not read. A text in which no header begins changes nothing, nor does a
-    /// null info or text.
+    /// and info's length is not read. A null info or text changes nothing, nor does a text without
+    /// any of the characters of the header's opening, "<SERIALIZED_MESSAGE"; other foreign text
+    /// clears the key and replaces the arguments or throws.
     /// Throws std::out_of_range ("basic_string::substr") when the text ends within an argument or
     /// holds none before its closing line; key and severity are then set, the arguments unchanged.
     void deserialize(const kfi_msg_info* info) override;
@@ -108,9 +109,10 @@ class KZFI_PDK_API CFiIcuMessageCatalog : public CFiMessageCatalog {
     CFiIcuMessageCatalog& operator=(const CFiIcuMessageCatalog&) = delete;
     ~CFiIcuMessageCatalog() override;
 
-    /// Opens the bundle: 0, or 3 when the language is none or has no bundle. A bundle that is there
-    /// only for the parent locale (de for de_AT) counts as missing too, stricter than ICU, on
-    /// purpose; the root bundle, which stands in for any language, does not.
+    /// Opens the bundle, anew each time: 0, or 3 when the language is refused or has no bundle or
+    /// memory runs out. Refused are languages that hold "/" or ".." or more than 157 characters. A
+    /// bundle that is there only for the parent locale (de for de_AT) counts as missing too,
+    /// stricter than ICU, on purpose; the root bundle, which stands in for any language, does not.
     /// ICU remembers for the life of the process that a bundle was missing.
     int init() override;
 
@@ -143,7 +145,7 @@ class KZFI_PDK_API CFiMessageCatalogFactory {
     virtual CFiMessageCatalogPtr createCatalog(std::string language) = 0;
     /// The language for whoever names none, and for languages that have no catalogue.
     virtual std::string getDefaultLanguage() = 0;
-    /// A new message with what info holds.
+    /// A new message with what info holds; info may be null.
     virtual CFiMessagePtr createMessage(kfi_msg_info* info) = 0;
 };
 
@@ -161,10 +163,13 @@ class KZFI_PDK_API CFiMessageCatalogFactory {
 /// catalogue without the text does not.
 ///
 /// Threads: all operations may be called from several threads. A text that was handed out dies when
-/// any thread localises the same key again, whatever the language: callers that share keys take
-/// turns.
-/// Ownership: shares the catalogues until it ends, does not own the factory.
-/// Errors: none; a missing text shows up as a placeholder, "<KEY>".
+/// any thread localises the same key again, whatever the language, and when any thread gives back
+/// an equal text while this one's key is the first that has it: callers that share keys or texts
+/// take turns.
+/// Ownership: shares the catalogues until it ends, does not own the factory. A catalogue may call
+/// the manager from its destructor; at the manager's end there is no factory any more.
+/// Errors: a missing text shows up as a placeholder, "<KEY>". Exceptions of the factory, a
+/// catalogue or a message pass, as does std::bad_alloc; *result then stays as it was.
 class KZFI_PDK_API CFiMessageCatalogManager : public virtual CFiRefCount {
   public:
     CFiMessageCatalogManager();
@@ -174,6 +179,7 @@ class KZFI_PDK_API CFiMessageCatalogManager : public virtual CFiRefCount {
 
     /// From now on newFactory makes the catalogues, first of all that of its default language.
     /// Catalogues that are there stay, also for languages that newFactory knows. Null: no factory.
+    /// newFactory stays registered when one of its operations throws here.
     void registerFactory(CFiMessageCatalogFactory* newFactory);
 
     /// Makes sure that language has a catalogue if it can have one. A catalogue whose init() fails
@@ -191,13 +197,14 @@ class KZFI_PDK_API CFiMessageCatalogManager : public virtual CFiRefCount {
     /// The message's text, filled with its arguments; empty for an empty pointer.
     tstring getLocalizedMessage(CFiMessagePtr& message, const char* language);
     /// The same for a serialized message, as a C string that stays valid until its key is localised
-    /// again or it is given back. *result is null when the factory makes no message of info.
+    /// again or it is given back, as told above for threads. *result is null when the factory makes
+    /// no message of info.
     void getLocalizedMessage(kfi_msg_info* info, const char* language, char** result);
     /// The same for a key alone; the pattern is not filled.
     void getLocalizedMessage(const char* id, const char* language, char** result);
 
-    /// Gives a text back: drops the first one handed out, in the order of the keys, that reads as
-    /// *text does. *text itself is left as it is; a null text is ignored.
+    /// Gives a text back: of those handed out that read as *text does, drops the one whose key is
+    /// first in the order of the keys. *text itself is left as it is; a null text is ignored.
     void deleteLocalizedMessage(char** text);
 
   private:

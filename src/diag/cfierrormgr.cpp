@@ -65,7 +65,7 @@ CFiErrorHandlerBase::~CFiErrorHandlerBase() = default;
 
 namespace {
 
-// Cut to 32 bits on purpose: it is how the host tells threads apart.
+// Cut to 32 bits on purpose, as the keys of the map are.
 unsigned int callingThread() {
     return static_cast<unsigned int>(pthread_self());
 }
@@ -74,7 +74,15 @@ unsigned int callingThread() {
 
 CFiErrorManager::CFiErrorManager() : handlerCount(0) {}
 
-CFiErrorManager::~CFiErrorManager() = default;
+// The messages die while all members live: their destructors may call the manager, even push.
+CFiErrorManager::~CFiErrorManager() {
+    std::map<unsigned int, CFiMessagePtr> dying;
+    do {
+        dying.clear();
+        const std::lock_guard<std::mutex> guard(mutex);
+        dying.swap(lastErrors);
+    } while (!dying.empty());
+}
 
 void CFiErrorManager::registerHandler(CFiErrorHandlerBase* handler) {
     const std::lock_guard<std::mutex> guard(mutex);

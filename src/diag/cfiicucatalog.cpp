@@ -55,7 +55,9 @@ int CFiIcuMessageCatalog::init() {
     bundlePath = directory + file;
     UErrorCode status = U_ZERO_ERROR;
     bundle.reset(new icu::ResourceBundle(bundlePath.c_str(), icu::Locale(language), status));
-    return status == U_ZERO_ERROR || status == U_USING_DEFAULT_WARNING ? 0 : NO_CATALOG;
+    // ICU's new gives null when there is no memory.
+    const bool opened = status == U_ZERO_ERROR || status == U_USING_DEFAULT_WARNING;
+    return bundle != nullptr && opened ? 0 : NO_CATALOG;
 }
 
 tstring CFiIcuMessageCatalog::getMessage(const std::string& id, const char* defaultText) const {
@@ -76,7 +78,17 @@ CFiMessageCatalogFactory::~CFiMessageCatalogFactory() = default;
 
 CFiMessageCatalogManager::CFiMessageCatalogManager() : factory(nullptr) {}
 
-CFiMessageCatalogManager::~CFiMessageCatalogManager() = default;
+// The catalogues die while all members live: their destructors may call the manager. Without the
+// factory such a call makes no new ones.
+CFiMessageCatalogManager::~CFiMessageCatalogManager() {
+    std::map<std::string, CFiMessageCatalogPtr> dying;
+    do {
+        dying.clear();
+        const std::lock_guard<std::mutex> guard(mutex);
+        factory = nullptr;
+        dying.swap(catalogs);
+    } while (!dying.empty());
+}
 
 void CFiMessageCatalogManager::registerFactory(CFiMessageCatalogFactory* newFactory) {
     {

@@ -98,7 +98,8 @@ class TagReader {
     bool word(std::string& result) {
         skipBlanks();
         const char* const begin = at;
-        while (*at != '\0' && !isBlank(*at) && at < begin + PIECE_SIZE - 1) {
+        while (*at != '\0' && !isBlank(*at) &&
+               static_cast<std::size_t>(at - begin) < PIECE_SIZE - 1) {
             ++at;
         }
         result.assign(begin, at);

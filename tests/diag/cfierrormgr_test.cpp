@@ -12,6 +12,7 @@
 
 using namespace kzfi_pdk_4_4;
 using testing::ElementsAre;
+using testing::IsEmpty;
 
 namespace {
 
@@ -380,6 +381,36 @@ TEST_F(ErrorManager, HandlerMayRegisterAnotherThatIsCalledAtOnce) {
     EXPECT_THAT(log, ElementsAre("m"));
 }
 
+TEST_F(ErrorManager, HandlerMayRegisterAnotherForATextToo) {
+    Recorder recorder(log);
+    Meddler handler([this, &recorder] { manager->registerHandler(&recorder); });
+    manager->registerHandler(&handler);
+    manager->pushError("text", 2);
+    EXPECT_THAT(log, ElementsAre("text/2"));
+}
+
+TEST_F(ErrorManager, HandlerThatAnotherThreadRegistersMeanwhileIsCalledToo) {
+    Recorder recorder(log);
+    Meddler handler(
+        [this, &recorder] { onOtherThread([&] { manager->registerHandler(&recorder); }); });
+    manager->registerHandler(&handler);
+    push("m");
+    EXPECT_THAT(log, ElementsAre("m"));
+}
+
+TEST_F(ErrorManager, NullTextIsPassedOn) {
+    class Reader : public CFiErrorHandlerBase {
+      public:
+        void handleMessage(CFiMessagePtr) override {}
+        void handleText(const char* text, kfi_eseverity) override { texts.push_back(text); }
+        std::vector<const char*> texts;
+    };
+    Reader reader;
+    manager->registerHandler(&reader);
+    manager->pushError(nullptr, 1);
+    EXPECT_THAT(reader.texts, ElementsAre(nullptr));
+}
+
 TEST_F(ErrorManager, HandlerMayPushAndDelete) {
     Recorder recorder(log);
     Meddler handler([this] {
@@ -396,23 +427,40 @@ TEST_F(ErrorManager, HandlerMayPushAndDelete) {
 }
 
 TEST_F(ErrorManager, HandlersExceptionPassesAndTheMessageIsKept) {
+    Recorder ahead(log, "ahead:");
     Meddler handler([] { throw std::runtime_error("handler"); });
+    Recorder behind(log, "behind:");
+    manager->registerHandler(&ahead);
     manager->registerHandler(&handler);
+    manager->registerHandler(&behind);
     EXPECT_THROW(push("m"), std::runtime_error);
     EXPECT_EQ(last(), "<m>");
+    EXPECT_THAT(log, ElementsAre("ahead:m"));
     push("next");
     EXPECT_EQ(last(), "<next>");
+    EXPECT_THAT(log, ElementsAre("ahead:m", "ahead:next", "behind:next"));
 }
 
-TEST_F(ErrorManager, DyingMessageMayCallTheManager) {
-    class Farewell : public FakeMessage {
-      public:
-        explicit Farewell(CFiErrorManager& target) : FakeMessage("farewell"), manager(target) {}
-        ~Farewell() override { manager.pushError("gone", 4); }
+TEST_F(ErrorManager, HandlersExceptionOverATextPassesToo) {
+    Meddler handler([] { throw std::runtime_error("handler"); });
+    Recorder behind(log, "behind:");
+    manager->registerHandler(&handler);
+    manager->registerHandler(&behind);
+    EXPECT_THROW(manager->pushError("text", 1), std::runtime_error);
+    EXPECT_THAT(log, IsEmpty());
+}
 
-      private:
-        CFiErrorManager& manager;
-    };
+// Pushes from its destructor.
+class Farewell : public FakeMessage {
+  public:
+    explicit Farewell(CFiErrorManager& target) : FakeMessage("farewell"), manager(target) {}
+    ~Farewell() override { manager.pushError("gone", 4); }
+
+  protected:
+    CFiErrorManager& manager;
+};
+
+TEST_F(ErrorManager, DyingMessageMayCallTheManager) {
     Recorder handler(log);
     manager->registerHandler(&handler);
     manager->pushError(CFiMessagePtr(new Farewell(*manager)));
@@ -420,6 +468,28 @@ TEST_F(ErrorManager, DyingMessageMayCallTheManager) {
     manager->pushError(CFiMessagePtr(new Farewell(*manager)));
     manager->deleteLastError(nullptr);
     EXPECT_THAT(log, ElementsAre("farewell", "gone/4", "next", "farewell", "gone/4"));
+}
+
+TEST_F(ErrorManager, MessageThatDiesWithTheManagerMayCallIt) {
+    class Heir : public Farewell {
+      public:
+        explicit Heir(CFiErrorManager& target) : Farewell(target) {}
+        ~Heir() override {
+            EXPECT_EQ(manager.getLastError(), nullptr);
+            manager.registerHandler(nullptr);
+            manager.pushError(CFiMessagePtr(new Farewell(manager)));
+            manager.deleteLastError(nullptr);
+            manager.pushError(CFiMessagePtr(new Farewell(manager)));
+        }
+    };
+    Recorder handler(log);
+    manager->registerHandler(&handler);
+    manager->pushError(CFiMessagePtr(new Heir(*manager)));
+    onOtherThread([this] { push("other"); });
+    log.clear();
+    manager.release();
+    EXPECT_THAT(log, ElementsAre("farewell", "gone/4", "farewell", "gone/4", "gone/4"));
+    EXPECT_EQ(deaths, 1);
 }
 
 TEST_F(ErrorManager, ManyThreadsPushAskAndRegisterAtOnce) {

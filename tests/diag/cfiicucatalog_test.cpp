@@ -2,11 +2,17 @@
 
 #include <gmock/gmock.h>
 
-#include <cstring>
+#include <filesystem>
+#include <functional>
+#include <map>
 #include <memory>
 #include <stdexcept>
+#include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 
+#include "failing_memory.h"
 #include "kzfi_platform_control.h"
 #include "support/temp_dir.h"
 
@@ -94,8 +100,13 @@ TEST_F(IcuCatalog, WithoutInitThereIsOnlyThePlaceholder) {
     EXPECT_EQ(text("MSG_ERROR_PARCEL_0001", "the default"), "the default");
 }
 
-TEST_F(IcuCatalog, MayBeOpenedAgain) {
+TEST_F(IcuCatalog, IsOpenedAnewEachTime) {
+    const kzfi_tests::TempDir empty;
     EXPECT_EQ(open("de"), 0);
+    kzfi_platform_set_install_root(empty.path().c_str());
+    EXPECT_EQ(catalog->init(), 3);
+    EXPECT_EQ(text("MSG_ERROR_PARCEL_0001"), "parcel: <MSG_ERROR_PARCEL_0001>");
+    kzfi_platform_set_install_root(KZFI_TEST_CATALOG_ROOT);
     EXPECT_EQ(catalog->init(), 0);
     EXPECT_EQ(text("MSG_ERROR_PARCEL_0001"), "parcel: Kein Platz mehr für {0}.");
 }
@@ -118,7 +129,11 @@ TEST_F(IcuCatalog, RefusesALanguageThatLeadsElsewhere) {
 }
 
 TEST_F(IcuCatalog, RefusesALanguageLongerThanAnyLocaleName) {
-    EXPECT_EQ(open(("de@x=" + std::string(153, 'a')).c_str()), 3);
+    const std::string longest = "de@x=" + std::string(152, 'a');
+    ASSERT_EQ(longest.size(), 157u);
+    EXPECT_EQ(open(longest.c_str()), 0);
+    EXPECT_EQ(text("MSG_ERROR_PARCEL_0001"), "parcel: Kein Platz mehr für {0}.");
+    EXPECT_EQ(open((longest + "a").c_str()), 3);
     EXPECT_EQ(text("MSG_ERROR_PARCEL_0001"), "parcel: <MSG_ERROR_PARCEL_0001>");
 }
 
@@ -438,7 +453,10 @@ TEST_F(CatalogManager, NullPlacesAreIgnored) {
 TEST_F(CatalogManager, FactorysExceptionPasses) {
     registerFactory();
     kfi_msg_info info = {"<SERIALIZED_MESSAGE MSGID=K SEVERITY=3>\n</SERIALIZED_MESSAGE>\n", 0};
-    EXPECT_THROW(localized(&info, "de"), std::out_of_range);
+    char anything[] = "anything";
+    char* result = anything;
+    EXPECT_THROW(manager->getLocalizedMessage(&info, "de", &result), std::out_of_range);
+    EXPECT_EQ(result, anything);
     EXPECT_STREQ(localized("KEY", "de"), "de:KEY");
 }
 
@@ -484,6 +502,62 @@ TEST_F(CatalogManager, OfEqualTextsTheFirstKeysGoes) {
     manager->deleteLocalizedMessage(&second);
 }
 
+// What is left in the manager shows in what a call allocates.
+class CatalogManagersTexts : public CatalogManager {
+  protected:
+    void SetUp() override {
+        if (!kzfi_tests::controlsAllocations()) {
+            GTEST_SKIP() << "the sanitizer owns the allocator";
+        }
+        registerFactory();
+        manager->activateCatalog("de");
+        factory.calls();
+    }
+    // Whether the manager had no text of the key before this call.
+    bool isNew(const char* id) {
+        const std::ptrdiff_t before = kzfi_tests::liveAllocations();
+        localized(id, "de");
+        return kzfi_tests::liveAllocations() > before;
+    }
+    void giveBack(std::string text) {
+        char* place = &text[0];
+        manager->deleteLocalizedMessage(&place);
+    }
+};
+
+TEST_F(CatalogManagersTexts, AreKeptUntilTheyAreGivenBack) {
+    EXPECT_TRUE(isNew("KEY"));
+    EXPECT_FALSE(isNew("KEY"));
+    giveBack("de:KEY");
+    EXPECT_TRUE(isNew("KEY"));
+}
+
+TEST_F(CatalogManagersTexts, LeaveNothingBehindWhenGivenBack) {
+    const std::ptrdiff_t before = kzfi_tests::liveAllocations();
+    localized("KEY", "de");
+    EXPECT_GT(kzfi_tests::liveAllocations(), before);
+    giveBack("de:KEY");
+    EXPECT_EQ(kzfi_tests::liveAllocations(), before);
+}
+
+TEST_F(CatalogManagersTexts, OfEqualOnesOnlyTheFirstKeysGoes) {
+    for (const char* const key : {"NO_C", "NO_A", "NO_B"}) {
+        localized(key, "de");
+    }
+    giveBack("no such key");
+    EXPECT_FALSE(isNew("NO_B"));
+    EXPECT_FALSE(isNew("NO_C"));
+    EXPECT_TRUE(isNew("NO_A"));
+}
+
+TEST_F(CatalogManagersTexts, StayWhenAnotherIsGivenBack) {
+    localized("KEY", "de");
+    for (const char* const other : {"", "de:KE", "de:KEYS", "DE:KEY", "KEY"}) {
+        giveBack(other);
+        EXPECT_FALSE(isNew("KEY")) << other;
+    }
+}
+
 TEST_F(CatalogManager, UnknownOrNullTextIsIgnored) {
     registerFactory();
     char* const kept = localized("KEY", "de");
@@ -526,6 +600,144 @@ TEST_F(CatalogManager, FactoryAndCataloguesMayCallTheManager) {
     Caller caller(*manager);
     manager->registerFactory(&caller);
     EXPECT_STREQ(localized("KEY", "de"), "KEY set by init");
+}
+
+// Calls the manager's operations that take its lock.
+void callBack(CFiMessageCatalogManager& manager) {
+    manager.setNativeLanguage(manager.getNativeLanguage().c_str());
+    char* text = nullptr;
+    manager.getLocalizedMessage("INNER", "en", &text);
+    manager.deleteLocalizedMessage(&text);
+}
+
+TEST_F(CatalogManager, MessagesMayCallTheManager) {
+    class Inquirer : public CFiIcuMessage {
+      public:
+        explicit Inquirer(CFiMessageCatalogManager& itsManager)
+            : CFiIcuMessage("KEY", 3, "", 0, {}),
+              owner(itsManager) {}
+        std::string getMessageId() override {
+            callBack(owner);
+            return CFiIcuMessage::getMessageId();
+        }
+        tstring formatMessage(tstring pattern) override {
+            callBack(owner);
+            return CFiIcuMessage::formatMessage(pattern);
+        }
+
+      private:
+        CFiMessageCatalogManager& owner;
+    };
+    class Caller : public FakeFactory {
+      public:
+        explicit Caller(CFiMessageCatalogManager& itsManager) : owner(itsManager) {}
+        CFiMessagePtr createMessage(kfi_msg_info*) override {
+            callBack(owner);
+            return new Inquirer(owner);
+        }
+
+      private:
+        CFiMessageCatalogManager& owner;
+    };
+    Caller caller(*manager);
+    manager->registerFactory(&caller);
+    EXPECT_STREQ(localized(static_cast<kfi_msg_info*>(nullptr), "de"), "de:KEY");
+    manager.release();
+}
+
+// A catalogue of the language that does its deed in its end.
+class Mortal : public FakeCatalog {
+  public:
+    Mortal(const std::string& itsLanguage, int itsStatus, int& liveCount,
+           std::function<void()> itsDeed)
+        : FakeCatalog(itsLanguage, itsStatus, liveCount),
+          deed(std::move(itsDeed)) {}
+    ~Mortal() override { deed(); }
+
+  private:
+    const std::function<void()> deed;
+};
+
+// Makes mortal catalogues; when told so, activates the same language once more meanwhile.
+class MortalFactory : public FakeFactory {
+  public:
+    MortalFactory(CFiMessageCatalogManager& itsManager, std::function<void()> itsDeed)
+        : owner(itsManager),
+          deed(std::move(itsDeed)) {}
+    CFiMessageCatalogPtr createCatalog(std::string language) override {
+        if (overtaken) {
+            overtaken = false;
+            owner.activateCatalog(language);
+        }
+        return new Mortal(language, statuses[language], live, deed);
+    }
+
+    bool overtaken = false;
+
+  private:
+    CFiMessageCatalogManager& owner;
+    const std::function<void()> deed;
+};
+
+TEST_F(CatalogManager, CatalogueThatIsDroppedMayCallTheManager) {
+    CFiMessageCatalogManager& owner = *manager;
+    int calls = 0;
+    MortalFactory mortals(owner, [&] {
+        ++calls;
+        callBack(owner);
+    });
+    manager->registerFactory(&mortals);
+    mortals.statuses["fr"] = 3;
+    EXPECT_EQ(text("KEY", "fr"), "en:KEY");
+    EXPECT_EQ(calls, 1);
+    mortals.overtaken = true;
+    EXPECT_EQ(text("KEY", "de"), "de:KEY");
+    EXPECT_EQ(calls, 2);
+    EXPECT_EQ(mortals.live, 2);
+    manager.release();
+    EXPECT_EQ(calls, 4);
+    EXPECT_EQ(mortals.live, 0);
+}
+
+TEST_F(CatalogManager, CatalogueThatDiesWithTheManagerFindsNoFactory) {
+    CFiMessageCatalogManager& owner = *manager;
+    Log seen;
+    MortalFactory mortals(owner,
+                          [&] { seen.push_back(owner.getMessage("KEY", nullptr, "en").c_str()); });
+    manager->registerFactory(&mortals);
+    manager.release();
+    EXPECT_THAT(seen, ElementsAre("<KEY>"));
+    EXPECT_EQ(mortals.live, 0);
+}
+
+TEST_F(CatalogManager, CatalogueThatIsMadeInTheManagersEndDiesToo) {
+    CFiMessageCatalogManager& owner = *manager;
+    FakeFactory second;
+    MortalFactory mortals(owner, [&] { owner.registerFactory(&second); });
+    manager->registerFactory(&mortals);
+    manager.release();
+    EXPECT_THAT(second.calls(), ElementsAre("default?", "create en"));
+    EXPECT_EQ(second.live, 0);
+}
+
+TEST_F(CatalogManager, FactoryThatThrowsStaysRegistered) {
+    class Thrower : public FakeFactory {
+      public:
+        std::string getDefaultLanguage() override {
+            if (!thrown) {
+                thrown = true;
+                throw std::runtime_error("default language");
+            }
+            return "en";
+        }
+
+      private:
+        bool thrown = false;
+    };
+    Thrower thrower;
+    EXPECT_THROW(manager->registerFactory(&thrower), std::runtime_error);
+    EXPECT_EQ(text("KEY", "de"), "de:KEY");
+    manager.release();
 }
 
 TEST_F(CatalogManager, ManyThreadsAskAndGiveBackAtOnce) {

@@ -264,23 +264,44 @@ TEST_F(IcuMessage, WhatStandsBeforeTheHeaderIsSkipped) {
     EXPECT_EQ(message.getSeverity(), 2);
 }
 
-// The search for the header goes for any of its characters: here for the "E" of "ERROR".
-TEST_F(IcuMessage, HeaderIsMissedBehindOneOfItsCharacters) {
-    const std::unique_ptr<CFiIcuMessage> made(make({text("old")}));
-    const std::string from = "ERROR: " + serialized({text("new")}, "OTHER");
-    const kfi_msg_info info = {from.c_str(), 0};
-    made->deserialize(&info);
-    EXPECT_NE(made->getMessageId(), "OTHER");
-    EXPECT_EQ(made->getSeverity(), 3);
-    EXPECT_THAT(argumentsOf(*made), ElementsAre("string new"));
+// The search for the header goes for any of its characters.
+TEST_F(IcuMessage, HeaderIsMissedBehindEachOfItsCharacters) {
+    for (const char* character = "<SERIALIZED_MESSAGE"; *character != '\0'; ++character) {
+        const std::unique_ptr<CFiIcuMessage> made(make({text("old")}));
+        const std::string from =
+            std::string("x") + *character + " " + serialized({text("new")}, "OTHER");
+        const kfi_msg_info info = {from.c_str(), 0};
+        made->deserialize(&info);
+        EXPECT_EQ(made->getMessageId(), "") << *character;
+        EXPECT_EQ(made->getSeverity(), 3) << *character;
+        EXPECT_THAT(argumentsOf(*made), ElementsAre("string new")) << *character;
+    }
 }
 
-// The search for the first argument does too: here an "A" stands before it.
-TEST_F(IcuMessage, FirstArgumentIsMissedBehindOneOfItsCharacters) {
-    read("<SERIALIZED_MESSAGE MSGID=K SEVERITY=2> note A "
+TEST_F(IcuMessage, ForeignTextWithAHeaderCharacterClearsKeyAndArguments) {
+    const std::unique_ptr<CFiIcuMessage> made(make({text("old")}));
+    const kfi_msg_info info = {"Error: disk full", 0};
+    made->deserialize(&info);
+    EXPECT_EQ(made->getMessageId(), "");
+    EXPECT_EQ(made->getSeverity(), 3);
+    EXPECT_THAT(argumentsOf(*made), IsEmpty());
+}
+
+// The search for the first argument goes for any of the characters of its own opening.
+TEST_F(IcuMessage, FirstArgumentIsMissedBehindEachOfItsCharacters) {
+    for (const char* const note : {"A", "R", "G", "V", "L", "U", "E"}) {
+        read(std::string("<SERIALIZED_MESSAGE MSGID=K SEVERITY=2> note ") + note +
+             " <ARGVALUE INDEX=0 TYPE=2>1</ARGVALUE>\n"
+             "\t<ARGVALUE INDEX=1 TYPE=2>2</ARGVALUE>\n</SERIALIZED_MESSAGE>\n");
+        EXPECT_THAT(argumentsOf(message), ElementsAre("long 2")) << note;
+    }
+}
+
+TEST_F(IcuMessage, FirstArgumentIsFoundBehindOtherCharactersOfTheHeader) {
+    read("<SERIALIZED_MESSAGE MSGID=K SEVERITY=2> S M D Z _ I "
          "<ARGVALUE INDEX=0 TYPE=2>1</ARGVALUE>\n"
          "\t<ARGVALUE INDEX=1 TYPE=2>2</ARGVALUE>\n</SERIALIZED_MESSAGE>\n");
-    EXPECT_THAT(argumentsOf(message), ElementsAre("long 2"));
+    EXPECT_THAT(argumentsOf(message), ElementsAre("long 1", "long 2"));
 }
 
 TEST_F(IcuMessage, LaterArgumentsAreFoundByTheWholeWord) {

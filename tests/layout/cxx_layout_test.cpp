@@ -87,6 +87,29 @@ TEST(MessageLayout, SlotsFollowThoseOfTheCount) {
                       2);
 }
 
+class MessagePeek : public CFiIcuMessage {
+  public:
+    std::vector<Field> fields() {
+        const kfi_msg_info* const info = serialize();
+        // A message without arguments has an empty text, whose byte is within the string itself.
+        return {FIELD((*this), messageId),
+                FIELD((*this), severity),
+                FIELD((*this), fileName),
+                FIELD((*this), lineNumber),
+                {"arguments", offsetIn(*this, getArguments())},
+                {"msgInfo", offsetIn(*this, *info)},
+                {"serializedText", offsetIn(*this, *info->text)}};
+    }
+};
+
+TEST(MessageLayout, FieldsAreInOrder) {
+    MessagePeek message;
+    const std::vector<Field> fields = message.fields();
+    expectOrder(fields);
+    EXPECT_EQ(fields.front().offset, static_cast<std::ptrdiff_t>(sizeof(CFiRefCount)));
+    EXPECT_LT(fields.back().offset, static_cast<std::ptrdiff_t>(sizeof message));
+}
+
 TEST(MessageLayout, IcuMessageAddsNoSlot) {
     expectConsecutive({SLOT(CFiIcuMessage, serialize), SLOT(CFiIcuMessage, deserialize)}, 5);
     EXPECT_EQ(slotOf(&CFiIcuMessage::formatMessage), 11);
