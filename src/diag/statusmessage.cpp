@@ -20,15 +20,14 @@ using Orvanta::Stoneleaf::Scf::XmlStr;
 
 constexpr kfi_eseverity STATUS_SEVERITY = 5;
 
-std::string xmlOf(StatusMsg* message) {
+// The document lives until its encoded text was appended and the copy freed.
+void appendEncoded(std::string& text, StatusMsg* message) {
+    StatusMsgXmlDoc document(message);
     std::ostringstream xml;
     // Else running out of memory would go unnoticed and cut the text short.
     xml.exceptions(std::ostream::badbit);
-    StatusMsgXmlDoc(message).writeXml(xml, XmlStr::UTF_8);
-    return xml.str();
-}
-
-void appendEncoded(std::string& text, const std::string& plain) {
+    document.writeXml(xml, XmlStr::UTF_8);
+    const std::string plain = xml.str();
     const std::unique_ptr<char, void (*)(void*)> encoded(
         pathToURIEncoded(plain.c_str(), plain.size(), 0), std::free);
     if (!encoded) {
@@ -43,7 +42,7 @@ void CFiErrorManager::reportStatusMsg(AutoDereference<StatusMsg>& message, const
     std::string text = "<?xml version=\"1.0\" encoding=\"utf-8\"?><CallbackMsg>";
     if (message) {
         text += "<KfmsPercentEncodedStatusMsg>";
-        appendEncoded(text, xmlOf(message.get()));
+        appendEncoded(text, message.get());
         text += "</KfmsPercentEncodedStatusMsg>";
     }
     if (resource != nullptr) {

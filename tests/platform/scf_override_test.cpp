@@ -24,6 +24,7 @@ struct Library {
     int documents = 0;
     int encoding = 0;
     std::string plain;
+    int documentsMeanwhile = -1;
     int flags = -1;
 };
 
@@ -55,6 +56,7 @@ void StatusMsgXmlDoc::writeXml(std::ostream& stream, XmlStr::Encoding encoding) 
 
 char* pathToURIEncoded(const char* text, std::size_t length, int flags) {
     library.plain.assign(text, length);
+    library.documentsMeanwhile = library.documents;
     library.flags = flags;
     return library.hasMemory ? ::strdup("(encoded)") : nullptr;
 }
@@ -98,6 +100,7 @@ TEST_F(OverriddenStatusMsg, WritesTheMessageInUtf8AndEncodesAllOfIt) {
     EXPECT_EQ(library.encoding, 1);
     EXPECT_EQ(library.plain, library.xml);
     EXPECT_EQ(library.flags, 0);
+    EXPECT_EQ(library.documentsMeanwhile, 1);
     EXPECT_EQ(library.documents, 0);
     EXPECT_THAT(handler.received,
                 ElementsAre("<?xml version=\"1.0\" encoding=\"utf-8\"?><CallbackMsg>"
