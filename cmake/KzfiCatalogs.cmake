@@ -6,7 +6,7 @@
 #
 # builds <OUTPUT_DIR>/libmyprovider/root.res and de.res, which the kit finds when OUTPUT_DIR is the
 # folder "resources" of the install root. A source is named after its locale, is UTF-8 and holds one
-# table of that name:
+# table of that name, else the build fails:
 #
 #   de {
 #       MSG_ERROR_MYPROVIDER_0001 { "Kein Platz mehr auf {0}." }
@@ -29,7 +29,11 @@ function(kzfi_add_catalog target)
         get_filename_component(locale "${source}" NAME_WE)
         add_custom_command(OUTPUT "${folder}/${locale}.res"
             COMMAND ${CMAKE_COMMAND} -E make_directory "${folder}"
+            COMMAND ${CMAKE_COMMAND} -E rm -f "${folder}/${locale}.res"
             COMMAND "${KZFI_GENRB}" --quiet --strict --encoding UTF-8 --destdir "${folder}" "${source}"
+            # genrb names the bundle after the table, not after the file.
+            COMMAND sh -c "test -f \"$0\" || { echo \"$1: the table's name is not '$2'\" >&2; exit 1; }"
+                    "${folder}/${locale}.res" "${source}" "${locale}"
             DEPENDS "${source}"
             COMMENT "Compiling message catalogue ${CATALOG_NAME}: ${locale}"
             VERBATIM)
