@@ -45,7 +45,8 @@ class KZFI_PDK_API CFiSaxParser {
     CFiSaxParser& operator=(const CFiSaxParser&) = delete;
     ~CFiSaxParser();
 
-    /// Makes the reader; the constructor has done so. Called again it starts anew, without schema.
+    /// Makes the reader; the constructor has done so. Called again it starts anew, with the handler
+    /// and without schema. Never to be called from inside a handler: it ends the reader that runs.
     void init();
 
     /// Takes content and errors to newHandler from now on; null takes them nowhere, and then even a
@@ -63,6 +64,8 @@ class KZFI_PDK_API CFiSaxParser {
   private:
     template <class Data>
     friend class detail::CFiParamList;
+
+    CFiSaxParser();
 
     static void parseOnce(const char* bytes, std::size_t size, CFiSaxParseHandler& newHandler);
     void parse(const char* bytes, std::size_t size);
@@ -118,7 +121,10 @@ class KZFI_PDK_API CFiSaxParseHandler : public xercesc::DefaultHandler {
 /// Conversions between the reader's strings and byte strings.
 class KZFI_PDK_API CFiXStringTool {
   public:
-    /// text for the reader; null for null. Released by the caller with XMLString::release.
+    CFiXStringTool() = delete;
+
+    /// text, which is UTF-8, for the reader; null for null. Released by the caller with
+    /// XMLString::release.
     static XMLCh* unicodeForm(const char* text);
 
     /// text as UTF-8, whatever the name says; the empty string for null and for text that is no

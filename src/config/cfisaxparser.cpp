@@ -95,11 +95,27 @@ struct SpareParserEnd {
 /// After a longer text a reader holds too much memory to be kept, and its making did not matter.
 constexpr std::size_t SHORT_TEXT = 256 * 1024;
 
+/// Whether bytes begin with this literal.
+template <std::size_t Size>
+bool beginsWith(const char* bytes, std::size_t size, const char (&literal)[Size]) {
+    return size >= Size - 1 && std::memcmp(bytes, literal, Size - 1) == 0;
+}
+
+/// Whether a reader knows nothing more of this text than that it has read one: it stays with the
+/// rules of XML 1.1 once a declaration named them. Beginnings that are rare are not looked into.
+bool leavesNoRules(const char* bytes, std::size_t size) {
+    return beginsWith(bytes, size, "<?xml version=\"1.0\"") ||
+           beginsWith(bytes, size, "<?xml version='1.0'") ||
+           (beginsWith(bytes, size, "<") && !beginsWith(bytes, size, "<?"));
+}
+
 } // namespace
 
+CFiSaxParser::CFiSaxParser() : handler(nullptr), reader(nullptr) {}
+
+// By way of the other constructor, so that the destructor runs after an exception in here.
 CFiSaxParser::CFiSaxParser(xercesc::DefaultHandler* newHandler, const char* schema)
-    : handler(nullptr),
-      reader(nullptr) {
+    : CFiSaxParser() {
     init();
     if (newHandler != nullptr) {
         setHandler(newHandler);
@@ -111,10 +127,6 @@ CFiSaxParser::CFiSaxParser(xercesc::DefaultHandler* newHandler, const char* sche
 
 CFiSaxParser::~CFiSaxParser() {
     delete reader;
-    if (watch != nullptr) {
-        watch.reset();
-        stopXmlPlatform();
-    }
 }
 
 void CFiSaxParser::init() {
@@ -122,10 +134,10 @@ void CFiSaxParser::init() {
     reader = nullptr;
     try {
         if (watch == nullptr) {
-            startXmlPlatform();
             watch = std::make_unique<detail::DocumentWatch>();
         }
         reader = makeReader(*watch).release();
+        setHandler(handler);
     } catch (const xercesc::XMLException&) {
         // Left without a reader on purpose; parse() tells the handler.
     }
@@ -156,6 +168,7 @@ void CFiSaxParser::setInputSchema(const char* schemaPath) {
         reader->setFeature(XMLUni::fgXercesUseCachedGrammarInParse, true);
         // Otherwise the schema itself would be refused.
         reader->setFeature(XMLUni::fgXercesDisableDefaultEntityResolution, false);
+        watch->allowSchemas();
         XMLCh* path = CFiXStringTool::unicodeForm(schemaPath);
         const xercesc::ArrayJanitor<XMLCh> keeper(path, xercesc::XMLPlatformUtils::fgMemoryManager);
         reader->setProperty(XMLUni::fgXercesSchemaExternalNoNameSpaceSchemaLocation, path);
@@ -179,7 +192,7 @@ void CFiSaxParser::parse(const char* bytes, std::size_t size) {
     xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(bytes), size, SYSTEM_ID,
                                       false);
     source.setCopyBufToStream(false);
-    watch->begin(size, handler);
+    const detail::WatchedDocument document(*watch, size, handler);
     reader->parse(source);
 }
 
@@ -197,7 +210,8 @@ void CFiSaxParser::parse(const std::vector<std::string>& pieces) {
 }
 
 // For texts that nobody but the kit sees parsed. A parser that met an error or an exception is not
-// used again, and one that is in use is never handed out.
+// used again, nor one that keeps rules or declarations of its text, and one that is in use is never
+// handed out.
 void CFiSaxParser::parseOnce(const char* bytes, std::size_t size, CFiSaxParseHandler& newHandler) {
     std::unique_ptr<CFiSaxParser> parser(spareParser.exchange(nullptr));
     if (parser == nullptr) {
@@ -205,16 +219,18 @@ void CFiSaxParser::parseOnce(const char* bytes, std::size_t size, CFiSaxParseHan
     }
     parser->setHandler(&newHandler);
     parser->parse(bytes, size);
-    if (!newHandler.errorSeen && size <= SHORT_TEXT) {
+    if (!newHandler.errorSeen && size <= SHORT_TEXT && leavesNoRules(bytes, size) &&
+        !parser->watch->sawDoctype()) {
         parser->setHandler(nullptr);
         setSpareParser(parser.release());
     }
 }
 
 CFiSaxParseHandler::CFiSaxParseHandler() : savedError(nullptr), errorSeen(false), openLead(0) {
-    startXmlPlatform();
+    XmlPlatformUse platform;
     xercesc::MemoryManager* const memory = xercesc::XMLPlatformUtils::fgMemoryManager;
     savedError = new (memory) xercesc::SAXParseException(nullptr, nullptr, nullptr, 0, 0, memory);
+    platform.release();
 }
 
 CFiSaxParseHandler::~CFiSaxParseHandler() {

@@ -10,10 +10,8 @@ namespace kzfi_pdk_4_4 {
 
 XMLCh* CFiXStringTool::unicodeForm(const char* text) {
     // The reader's converter exists only while the platform runs.
-    startXmlPlatform();
-    XMLCh* const form = xercesc::XMLString::transcode(text);
-    stopXmlPlatform();
-    return form;
+    const XmlPlatformUse platform;
+    return xercesc::XMLString::transcode(text);
 }
 
 char* CFiXStringTool::asciiForm(const XMLCh* text) {

@@ -43,6 +43,8 @@ std::size_t blockSize() {
 DocumentWatch::DocumentWatch()
     : reader(nullptr),
       looking(false),
+      schemasAllowed(false),
+      underWay(false),
       errors(nullptr),
       lastBlock(nullptr),
       lastSize(0) {
@@ -55,6 +57,7 @@ DocumentWatch::~DocumentWatch() = default;
 void DocumentWatch::follow(xercesc::SAX2XMLReader& watched) {
     reader = &watched;
     looking = false;
+    schemasAllowed = false;
     reader->setProperty(xercesc::XMLUni::fgXercesSecurityManager, &limits);
     reader->setLexicalHandler(this);
 }
@@ -90,6 +93,10 @@ void* DocumentWatch::allocate(XMLSize_t size) {
 }
 
 void DocumentWatch::deallocate(void* block) {
+    // What is given back is no stream that waits for its reader.
+    if (block == lastBlock) {
+        lastSize = 0;
+    }
     XMLPlatformUtils::fgMemoryManager->deallocate(block);
 }
 
@@ -133,10 +140,10 @@ void DocumentWatch::deliver(std::size_t characters) {
 
 void DocumentWatch::countExpansion() {
     ++expansions;
-    if (expansions > EXPANSION_LIMIT || allocated > BYTES_FOR_CHARACTER * ceiling) {
+    const bool isLarge = !schemasAllowed && allocated > BYTES_FOR_CHARACTER * ceiling;
+    if (expansions > EXPANSION_LIMIT || isLarge) {
         // The reader would lose the stream that it has just made; it owns nothing else.
         deallocate(lastBlock);
-        lastSize = 0;
         refuse();
     }
 }
@@ -148,6 +155,22 @@ void DocumentWatch::refuse() {
     }
     // What the reader itself throws after a fatal error: it ends the document in good order.
     throw xercesc::XMLErrs::EntityExpansionLimitExceeded;
+}
+
+WatchedDocument::WatchedDocument(DocumentWatch& documentWatch, std::size_t size,
+                                 xercesc::DefaultHandler* handler)
+    : watch(documentWatch),
+      outermost(!documentWatch.underWay) {
+    if (outermost) {
+        watch.begin(size, handler);
+        watch.underWay = true;
+    }
+}
+
+WatchedDocument::~WatchedDocument() {
+    if (outermost) {
+        watch.underWay = false;
+    }
 }
 
 } // namespace kzfi_pdk_4_4::detail

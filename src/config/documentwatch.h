@@ -11,6 +11,8 @@
 #include <xercesc/sax2/SAX2XMLReader.hpp>
 #include <xercesc/util/SecurityManager.hpp>
 
+#include "config/xmlplatform.h"
+
 namespace kzfi_pdk_4_4::detail {
 
 /// Sits beside the handler of one reader and in its memory, and ends a document that unfolds to far
@@ -21,7 +23,8 @@ namespace kzfi_pdk_4_4::detail {
 /// grow without bounds, and so would the memory for one long attribute. Hence the memory: nothing
 /// else of the reader is told of every expansion.
 ///
-/// Must outlive the reader. What the reader throws does not depend on it.
+/// Must outlive the reader, and keeps the platform for it. What the reader throws does not depend
+/// on it.
 class DocumentWatch : public xercesc::MemoryManager,
                       public xercesc::LexicalHandler,
                       public xercesc::XMLDocumentHandler {
@@ -34,8 +37,11 @@ class DocumentWatch : public xercesc::MemoryManager,
     /// Watches over every document of watched, which was made with this as its memory manager.
     void follow(xercesc::SAX2XMLReader& watched);
 
-    /// A new document of this many bytes; errors go to handler, which may be null.
-    void begin(std::size_t documentSize, xercesc::DefaultHandler* handler);
+    /// Leaves memory out of account from now on: the schemas are read into it, too.
+    void allowSchemas() { schemasAllowed = true; }
+
+    /// Whether the last document had a DOCTYPE.
+    bool sawDoctype() const { return looking; }
 
     xercesc::MemoryManager* getExceptionMemoryManager() override;
     void* allocate(XMLSize_t size) override;
@@ -65,13 +71,19 @@ class DocumentWatch : public xercesc::MemoryManager,
     void XMLDecl(const XMLCh*, const XMLCh*, const XMLCh*, const XMLCh*) override {}
 
   private:
+    friend class WatchedDocument;
+
+    void begin(std::size_t documentSize, xercesc::DefaultHandler* handler);
     void deliver(std::size_t characters);
     void countExpansion();
     void refuse();
 
+    XmlPlatformUse platform;
     xercesc::SecurityManager limits;
     xercesc::SAX2XMLReader* reader;
     bool looking;
+    bool schemasAllowed;
+    bool underWay;
     xercesc::DefaultHandler* errors;
     std::size_t ceiling;
     std::size_t delivered;
@@ -79,6 +91,21 @@ class DocumentWatch : public xercesc::MemoryManager,
     std::size_t expansions;
     void* lastBlock;
     std::size_t lastSize;
+};
+
+/// One document from its begin to its end, of this many bytes; errors go to handler, which may be
+/// null. Another one meanwhile, which the reader will refuse, leaves the count of the first alone.
+class WatchedDocument {
+  public:
+    WatchedDocument(DocumentWatch& documentWatch, std::size_t size,
+                    xercesc::DefaultHandler* handler);
+    WatchedDocument(const WatchedDocument&) = delete;
+    WatchedDocument& operator=(const WatchedDocument&) = delete;
+    ~WatchedDocument();
+
+  private:
+    DocumentWatch& watch;
+    const bool outermost;
 };
 
 } // namespace kzfi_pdk_4_4::detail

@@ -13,6 +13,25 @@ namespace kzfi_pdk_4_4 {
 void startXmlPlatform();
 void stopXmlPlatform();
 
+/// Keeps the platform started while it lives.
+class XmlPlatformUse {
+  public:
+    XmlPlatformUse() { startXmlPlatform(); }
+    XmlPlatformUse(const XmlPlatformUse&) = delete;
+    XmlPlatformUse& operator=(const XmlPlatformUse&) = delete;
+    ~XmlPlatformUse() {
+        if (mine) {
+            stopXmlPlatform();
+        }
+    }
+
+    /// Leaves the stop to the caller.
+    void release() { mine = false; }
+
+  private:
+    bool mine = true;
+};
+
 } // namespace kzfi_pdk_4_4
 
 #endif

@@ -467,6 +467,24 @@ TEST(ReadingLists, KnowsNothingOfTheTextBefore) {
     }
 }
 
+TEST(ReadingLists, ReadsByTheRulesOfXml10AfterATextOfXml11) {
+    const std::string declarations[] = {"<?xml version='1.1'?>", "<?xml version=\"1.1\" ?>",
+                                        "<?xml\n version = '1.1'?>",
+                                        "\xEF\xBB\xBF<?xml version='1.1'?>"};
+    for (const std::string& declaration : declarations) {
+        const auto readOther = [&declaration] {
+            EXPECT_EQ(readValues(declaration + value("k", "&#1;")).getParamData("k")->value,
+                      "\x01");
+        };
+        readOther();
+        EXPECT_EQ(CFiConfigParamDataList().parse(value("k", "&#1;").c_str()), 3) << declaration;
+        readOther();
+        EXPECT_EQ(CFiConfigParamDataList().parse("<a\xC2\x85/>"), 3) << declaration;
+        readOther();
+        EXPECT_EQ(readText("a\xC2\x85z"), "a\xC2\x85z") << declaration;
+    }
+}
+
 TEST(ReadingLists, TakesManyEntriesInShortTime) {
     // Texts rebuilt with every entry would take minutes here.
     std::string entries;

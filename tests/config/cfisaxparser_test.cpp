@@ -220,11 +220,10 @@ TEST_F(SaxParser, StartsAnewWithInit) {
     CFiSaxParser parser(&handler, nullptr);
     parser.init();
     parser.parse("<a/>");
-    EXPECT_THAT(handler.starts, IsEmpty());
-    parser.setHandler(&handler);
-    parser.parse("<a/>");
     EXPECT_THAT(handler.starts, ElementsAre(u"a"));
     EXPECT_FALSE(handler.errorSeen);
+    parser.parse("<bad");
+    EXPECT_TRUE(handler.errorSeen);
 }
 
 class SaxParserWithSchema : public SaxParser {
@@ -257,6 +256,34 @@ TEST_F(SaxParserWithSchema, IsSetLaterToo) {
     parser.setInputSchema(schema.c_str());
     parser.parse("<number>one</number>");
     EXPECT_TRUE(handler.errorSeen);
+}
+
+TEST_F(SaxParserWithSchema, IncludesOtherSchemas) {
+    std::string includes;
+    for (int length = 1; length <= 60; ++length) {
+        const std::string name(static_cast<std::size_t>(length), 'i');
+        writeFile(folder.path(name), "<xs:schema xmlns:xs='http://www.w3.org/2001/XMLSchema'>"
+                                     "<xs:element name='" +
+                                         name + "' type='xs:int'/></xs:schema>");
+        includes += "<xs:include schemaLocation='" + name + "'/>";
+    }
+    writeFile(schema, "<xs:schema xmlns:xs='http://www.w3.org/2001/XMLSchema'>" + includes +
+                          "<xs:element name='number' type='xs:int'/></xs:schema>");
+    CFiSaxParser parser(&handler, schema.c_str());
+    for (const char* good : {"<number>1</number>", "<i>1</i>"}) {
+        parser.parse(good);
+        EXPECT_FALSE(handler.errorSeen) << good;
+    }
+    parser.parse("<iii>one</iii>");
+    EXPECT_TRUE(handler.errorSeen);
+}
+
+TEST_F(SaxParserWithSchema, ForgetsItsSchemaWithInit) {
+    CFiSaxParser parser(&handler, schema.c_str());
+    parser.init();
+    parser.parse("<number>one</number>");
+    EXPECT_FALSE(handler.errorSeen);
+    EXPECT_THAT(handler.ends, ElementsAre(u"number"));
 }
 
 TEST_F(SaxParserWithSchema, TakesNullForNoSchema) {

@@ -164,6 +164,24 @@ TEST_F(HostileDocuments, MayBeLongWithoutUnfolding) {
     EXPECT_EQ(accepted(document(entity("e", "y"), names + "<x/>&e;")), "y");
 }
 
+TEST_F(HostileDocuments, DoNotUnfoldBehindARefusedParse) {
+    class Reentering : public CFiConfigParamDataListHandler {
+      public:
+        void endElement(const XMLCh*, const XMLCh*, const XMLCh*) override {
+            ++elements;
+            EXPECT_THROW(parser->parse("<b/>"), xercesc::XMLException);
+        }
+        CFiSaxParser* parser = nullptr;
+        int elements = 0;
+    } reentering;
+    CFiSaxParser parser(&reentering, nullptr);
+    reentering.parser = &parser;
+    parser.parse(document("<!ATTLIST x a CDATA '" + std::string(100000, 'x') + "'>",
+                          repeated("<x/>", 25000)));
+    EXPECT_THROW(reentering.getList(), xercesc::SAXParseException);
+    EXPECT_LT(reentering.elements, 1000);
+}
+
 TEST_F(HostileDocuments, DoNotSpoilTheParserForOthers) {
     CFiConfigParamDataListHandler bad;
     CFiConfigParamDataListHandler good;
