@@ -102,22 +102,25 @@ bool bindEntry(const std::string& folder, const std::string& name) {
            mount(from.c_str(), to.c_str(), nullptr, MS_BIND | MS_REC, nullptr) == 0;
 }
 
-bool bindUsr(const std::string& scratch) {
+std::string bindUsr(const std::string& scratch) {
     const std::string folder = scratch + "/usr";
     if (mkdir(folder.c_str(), 0755) != 0 || mkdir((folder + "/tarnex").c_str(), 0755) != 0) {
-        return false;
+        return failed("cannot make a folder for a new /usr");
     }
     const std::unique_ptr<DIR, int (*)(DIR*)> entries(opendir("/usr"), closedir);
     if (!entries) {
-        return false;
+        return failed("cannot list /usr");
     }
     while (const dirent* entry = readdir(entries.get())) {
         const std::string name = entry->d_name;
         if (name != "." && name != ".." && name != "tarnex" && !bindEntry(folder, name)) {
-            return false;
+            return failed("cannot bind /usr/" + name);
         }
     }
-    return mount(folder.c_str(), "/usr", nullptr, MS_BIND | MS_REC, nullptr) == 0;
+    if (mount(folder.c_str(), "/usr", nullptr, MS_BIND | MS_REC, nullptr) != 0) {
+        return failed("cannot put anything over /usr");
+    }
+    return {};
 }
 
 } // namespace
@@ -134,9 +137,8 @@ std::string enterPrivateUsr() {
     if (mount("tmpfs", scratch, "tmpfs", 0, nullptr) != 0) {
         reason = failed("cannot mount a tmpfs");
     } else {
-        if (!overlayUsr(scratch) && !bindUsr(scratch)) {
-            reason = failed("cannot put anything over /usr");
-        } else if (mount("tmpfs", "/usr/tarnex", "tmpfs", 0, "mode=0755") != 0) {
+        reason = overlayUsr(scratch) ? std::string() : bindUsr(scratch);
+        if (reason.empty() && mount("tmpfs", "/usr/tarnex", "tmpfs", 0, "mode=0755") != 0) {
             reason = failed("cannot mount a tmpfs on /usr/tarnex");
         }
         // What is mounted over /usr keeps the tmpfs alive; its own mount point is not needed.

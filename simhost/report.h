@@ -2,6 +2,7 @@
 #ifndef KZFI_SIMHOST_REPORT_H
 #define KZFI_SIMHOST_REPORT_H
 
+#include <map>
 #include <ostream>
 #include <set>
 #include <string>
@@ -22,10 +23,12 @@ class ConsoleReport {
     void tree(const RunReport& report);
 
   private:
+    using NodesByName = std::map<std::string, const Json*>;
+
     std::string coloured(const char* code, const std::string& text) const;
     void label(const char* name, const std::string& value);
     void difference(const Mismatch& mismatch);
-    void branch(const Json& nodes, const Json& node, std::size_t depth,
+    void branch(const NodesByName& nodes, const Json& node, std::size_t depth,
                 std::set<std::string>& shown);
 
     std::ostream& stream;

@@ -44,6 +44,10 @@ std::string inHex(std::uint32_t number) {
     return text.str();
 }
 
+std::string nameIn(const Json& node) {
+    return node["name"].get<std::string>();
+}
+
 /// A name, or what stands for it where there is none.
 std::string shownName(const Json& name) {
     return name.is_string() ? harmless(name.get<std::string>()) : "(none)";
@@ -125,27 +129,31 @@ void ConsoleReport::tree(const RunReport& report) {
     if (report.tree.is_null()) {
         stream << "  not known: the run did not come to the end of its steps\n";
     }
+    NodesByName nodes;
+    for (const Json& node : report.tree) {
+        nodes[nameIn(node)] = &node;
+    }
     std::set<std::string> shown;
     const std::set<std::string> lower = lowerNames(report.tree);
     for (const Json& node : report.tree) {
-        if (lower.count(node["name"].get<std::string>()) == 0) {
-            branch(report.tree, node, 1, shown);
+        if (lower.count(nameIn(node)) == 0) {
+            branch(nodes, node, 1, shown);
         }
     }
     // What is left lies below itself.
     for (const Json& node : report.tree) {
-        if (shown.count(node["name"].get<std::string>()) == 0) {
-            branch(report.tree, node, 1, shown);
+        if (shown.count(nameIn(node)) == 0) {
+            branch(nodes, node, 1, shown);
         }
     }
     stream << std::flush;
 }
 
-void ConsoleReport::branch(const Json& nodes, const Json& node, std::size_t depth,
+void ConsoleReport::branch(const NodesByName& nodes, const Json& node, std::size_t depth,
                            std::set<std::string>& shown) {
     const std::string indent(2 * depth, ' ');
-    stream << indent << shownName(node["name"]);
-    if (!shown.insert(node["name"].get<std::string>()).second) {
+    stream << indent << harmless(nameIn(node));
+    if (!shown.insert(nameIn(node)).second) {
         stream << "  (see above)\n";
         return;
     }
@@ -157,10 +165,9 @@ void ConsoleReport::branch(const Json& nodes, const Json& node, std::size_t dept
                << " / " << shownName(association[2]) << "\n";
     }
     for (const Json& name : node["below"]) {
-        for (const Json& lower : nodes) {
-            if (lower["name"] == name) {
-                branch(nodes, lower, depth + 1, shown);
-            }
+        const auto found = nodes.find(name.get<std::string>());
+        if (found != nodes.end()) {
+            branch(nodes, *found->second, depth + 1, shown);
         }
     }
 }

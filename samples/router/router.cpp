@@ -29,8 +29,13 @@ const int BAD_NAME = 1004;
 const int NODE_TYPE = 0x10;    // of the router's own nodes and of what is presented
 const int IGNORED_TYPE = 0x80; // nodes that are left as they are
 
-const unsigned int FIRST_LUN = 16;
-const unsigned int LAST_LUN = 31;
+struct LunRange {
+    unsigned int first;
+    unsigned int last;
+};
+
+/// The router's enclosures. Their numbers must not overlap: a host has one link for each number.
+const std::map<std::string, LunRange> ENCLOSURES = {{"ENC1", {16, 31}}, {"ENC2", {32, 47}}};
 
 // What a node supports that is not presented to hosts.
 const int MIRROR = 0x4;
@@ -49,16 +54,14 @@ struct Device {
         : udid(name.substr(std::min(name.find("UDID##"), name.size()))) {
         const CFiUdid fields{tstring(name.c_str())};
         enclosure = fields.field3;
-        id = fields.field4;
-        file = fs::path(installRoot) / "devices" / enclosure / id;
+        file = fs::path(installRoot) / "devices" / enclosure / fields.field4;
+        isUsable = isFileName(udid) && isFileName(fields.field4);
     }
-
-    bool isUsable() const { return isFileName(udid) && isFileName(enclosure) && isFileName(id); }
 
     std::string udid;
     std::string enclosure;
-    std::string id;
     fs::path file;
+    bool isUsable;
 };
 
 class Router : public CFiPluginInterposer {
@@ -88,7 +91,10 @@ class Router : public CFiPluginInterposer {
         const std::lock_guard<std::mutex> guard(lock);
         try {
             const Device device(root, name.c_str());
-            if (!device.isUsable() || !std::all_of(hosts.begin(), hosts.end(), isHost)) {
+            if (ENCLOSURES.count(device.enclosure) == 0) {
+                return refuse(NO_SUCH_DEVICE, device.udid, "is in no enclosure of the router's");
+            }
+            if (!device.isUsable || !std::all_of(hosts.begin(), hosts.end(), isHost)) {
                 return refuse(BAD_NAME, device.udid, "or a host has a name that makes no path");
             }
             return deport ? withdraw(device, hosts) : present(device, hosts);
@@ -148,14 +154,18 @@ class Router : public CFiPluginInterposer {
         return KZFI_OK;
     }
 
-    /// The number that the device has, from this run or an earlier one; -1 without.
+    /// The number that the device has, from this run or an earlier one; -1 without, and for a
+    /// record that holds rubbish.
     int numberOf(const Device& device) {
         const tstring record = recordOf(device);
         int number = -1;
         if (CFiConfigurationPathTool::verify(record.c_str()) == 0) {
             numbersOf(device.enclosure).getKeyValue(record.c_str(), number);
         }
-        return number;
+        const LunRange& range = ENCLOSURES.at(device.enclosure);
+        const bool valid =
+            number >= static_cast<int>(range.first) && number <= static_cast<int>(range.last);
+        return valid ? number : -1;
     }
 
     int takeNumber(const Device& device) {
@@ -175,7 +185,8 @@ class Router : public CFiPluginInterposer {
         CFiPblmOps& numbers = place.first->second;
         if (place.second) {
             numbers.registerTraceLog(traceLog);
-            numbers.setLunNumRange(FIRST_LUN, LAST_LUN);
+            const LunRange& range = ENCLOSURES.at(enclosure);
+            numbers.setLunNumRange(range.first, range.last);
         }
         return numbers;
     }

@@ -457,6 +457,24 @@ TEST_F(OperationsTest, NodesShowWhatBecameOfThem) {
     EXPECT_EQ(call("deInitNode", {{"node", nullptr}}).values, Json::object());
 }
 
+/// Knows sub-objects of every node.
+class Parent : public CFiPluginBase {
+  public:
+    int subobjList(kfi_domain*, kzfi_objid*** list, int* count) override {
+        static kzfi_objid* objects[] = {objectId("s1"), nullptr, objectId("s2")};
+        *list = objects;
+        *count = 3;
+        return 0;
+    }
+};
+
+TEST_F(OperationsTest, SubObjectsAreShownAndStayTheProviders) {
+    host(new Parent);
+    const uint64_t before = kzfi_platform_get_counts().given_back;
+    EXPECT_EQ(call("subobjList").values, Json({{"objects", {"s1", nullptr, "s2"}}}));
+    EXPECT_EQ(kzfi_platform_get_counts().given_back, before);
+}
+
 /// Says that it interposes, without a node to show for it.
 class Pretender : public CFiPluginBase {
   public:

@@ -43,7 +43,8 @@ class RouterTest : public testing::Test {
     int run(const std::string& step, int expected) {
         writeFile(simhost.scenario(),
                   "provider: " KZFI_ROUTER_FOLDER "/router.so\n"
-                  "files: {devices/ENC1/00A3: a, devices/ENC1/00B7: b}\n"
+                  "files: {devices/ENC1/00A3: a, devices/ENC1/00B7: b, "
+                  "devices/ENC2/0001: c}\n"
                   "steps:\n  - " +
                       step + "\n    expect: {status: " + std::to_string(expected) + "}\n");
         return simhost({"run", simhost.scenario(), "--root", simhost.path("root")}).status;
@@ -137,11 +138,33 @@ TEST_F(RouterTest, NamesThatLeadElsewhereAreRefused) {
     for (const char* const host : {"../alpha", "a/b", "..", ".", "''"}) {
         EXPECT_EQ(present(FIRST, host, 1004), 0) << host;
     }
-    for (const char* const device : {"UDID##ACME##A9##..##devices", "UDID##ACME##A9##ENC1##..",
-                                     "UDID##AC/ME##A9##ENC1##00A3", "UDID##ACME##A9##00A3"}) {
+    for (const char* const device : {"UDID##ACME##A9##ENC1##..", "UDID##AC/ME##A9##ENC1##00A3"}) {
         EXPECT_EQ(present(device, "alpha", 1004), 0) << device;
     }
     EXPECT_FALSE(fs::exists(simhost.path("root/hosts")));
+}
+
+TEST_F(RouterTest, DevicesOfOtherEnclosuresAreNotThere) {
+    for (const char* const device :
+         {"UDID##ACME##A9##..##devices", "UDID##ACME##A9##ENC3##00A3", "UDID##ACME##A9##00A3"}) {
+        EXPECT_EQ(present(device, "alpha", 1001), 0) << device;
+    }
+    EXPECT_FALSE(fs::exists(simhost.path("root/hosts")));
+}
+
+TEST_F(RouterTest, AHostSeesDevicesOfBothEnclosures) {
+    present(FIRST, "alpha");
+    present("UDID##ACME##A9##ENC2##0001", "alpha");
+    EXPECT_EQ(seen("alpha", 16), "a");
+    EXPECT_EQ(seen("alpha", 32), "c");
+}
+
+TEST_F(RouterTest, ARecordThatHoldsRubbishIsWrittenOver) {
+    for (const char* const rubbish : {"abc", "", "99", "-1"}) {
+        writeFile(simhost.path("root/lib/kzfi/cachefiles/luns/ENC1/" + FIRST), rubbish);
+        EXPECT_EQ(present(FIRST, "alpha"), 0) << rubbish;
+        EXPECT_EQ(seen("alpha", 16), "a") << rubbish;
+    }
 }
 
 TEST_F(RouterTest, TheTreeShowsItsNodes) {
