@@ -1,15 +1,18 @@
 // Status messages on their way through the error manager.
 #include <gmock/gmock.h>
 
+#include <new>
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <utility>
 #include <vector>
 
 #include "cfierrormgr.h"
 #include "cfisaxparser.h"
+#include "failing_memory.h"
 #include "scf_statusmsg.h"
 
 namespace {
@@ -21,6 +24,7 @@ using Orvanta::Stoneleaf::Scf::StatusMsgXmlDoc;
 using Orvanta::Stoneleaf::Scf::XmlStr;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::IsEmpty;
 using testing::Pair;
 
 // Writes down the texts that it receives, and counts the messages.
@@ -194,6 +198,42 @@ TEST_F(StatusMessage, PassesAHandlersException) {
     manager.registerHandler(&thrower);
     AutoDereference<StatusMsg> message(busyTarget());
     EXPECT_THROW(manager.reportStatusMsg(message, nullptr), std::runtime_error);
+}
+
+TEST_F(StatusMessage, IsPushedWholeOrNotAtAllWhenMemoryIsShort) {
+    // Measures only, as a recorder takes memory itself.
+    class Measure : public CFiErrorHandlerBase {
+      public:
+        void handleMessage(CFiMessagePtr) override {}
+        void handleText(const char* text, kfi_eseverity) override {
+            sizes.push_back(std::string_view(text).size());
+        }
+        std::vector<std::size_t> sizes;
+    };
+    if (!kzfi_tests::controlsAllocations()) {
+        GTEST_SKIP() << "the sanitizer owns the allocator";
+    }
+    AutoDereference<StatusMsg> message(busyTarget());
+    const std::size_t whole = reported(busyTarget(), "disk").size();
+    int refused = 0;
+    for (bool failed = true; failed;) {
+        Measure measure;
+        measure.sizes.reserve(1);
+        CFiErrorManager watched;
+        watched.registerHandler(&measure);
+        kzfi_tests::failAllocation(refused + 1);
+        try {
+            watched.reportStatusMsg(message, "disk");
+            failed = kzfi_tests::allocationFailed();
+            EXPECT_FALSE(failed) << "allocation " << refused + 1;
+            EXPECT_THAT(measure.sizes, ElementsAre(whole));
+        } catch (const std::bad_alloc&) {
+            failed = kzfi_tests::allocationFailed();
+            EXPECT_THAT(measure.sizes, IsEmpty());
+            ++refused;
+        }
+    }
+    EXPECT_GT(refused, 2);
 }
 
 TEST(StatusMessages, MayBeReportedBySeveralThreads) {
