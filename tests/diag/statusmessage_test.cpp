@@ -215,17 +215,18 @@ TEST_F(StatusMessage, IsPushedWholeOrNotAtAllWhenMemoryIsShort) {
     }
     AutoDereference<StatusMsg> message(busyTarget());
     const std::size_t whole = reported(busyTarget(), "disk").size();
+    int n = 0;
     int refused = 0;
     for (bool failed = true; failed;) {
         Measure measure;
         measure.sizes.reserve(1);
         CFiErrorManager watched;
         watched.registerHandler(&measure);
-        kzfi_tests::failAllocation(refused + 1);
+        kzfi_tests::failAllocation(++n);
         try {
             watched.reportStatusMsg(message, "disk");
             failed = kzfi_tests::allocationFailed();
-            EXPECT_FALSE(failed) << "allocation " << refused + 1;
+            EXPECT_FALSE(failed) << "allocation " << n;
             EXPECT_THAT(measure.sizes, ElementsAre(whole));
         } catch (const std::bad_alloc&) {
             failed = kzfi_tests::allocationFailed();
