@@ -31,7 +31,7 @@ enum FiConfigUsageType : std::int32_t {
     FI_USAGE_UNKNOWN = 3
 };
 
-/// Description of one parameter that a provider accepts.
+/// Description of one parameter that a provider accepts; copied member by member.
 class KZFI_PDK_API CFiConfigParamInfo {
   public:
     std::string key;
@@ -53,7 +53,8 @@ class KZFI_PDK_API CFiConfigParamInfo {
     tstring toXML() const;
 };
 
-/// Value of one parameter: a list of values exactly when valueList is not empty.
+/// Value of one parameter: a list of values exactly when valueList is not empty. Copied member by
+/// member.
 class KZFI_PDK_API CFiConfigParamData {
   public:
     std::string key;
@@ -75,18 +76,23 @@ class KZFI_PDK_API CFiParamList {
   public:
     using Entry = Data;
 
+    CFiParamList() = default;
+    CFiParamList(const CFiParamList& source);
+    CFiParamList& operator=(const CFiParamList& source);
+    ~CFiParamList() = default;
+
     /// Replaces the map with what xml says and the text with its normalised form; null parses the
     /// stored text once more. Returns 0, or 3 when the text is not accepted: the map is then
     /// unchanged while the text is the rejected one, on purpose. Every well-formed document is
-    /// accepted; what it holds of other elements is passed over. Other exceptions of the reader
-    /// leave with the map unchanged.
+    /// accepted; what it holds of other elements is passed over. Other exceptions, of the reader or
+    /// without memory, leave with the map unchanged, while the text is already the new one.
     int parse(const char* xml);
 
     /// Rebuilds the text from the map, in the order of its keys.
     void updateXML();
 
     /// The text as last built or given; a change of the map does not show in it. Valid until the
-    /// next updateXML, parse, clear or assignment.
+    /// next updateXML, parse, clear or assignment, and no longer than the list.
     const char* getXML() { return text.c_str(); }
 
     /// The map itself; writing to it leaves the text alone.
@@ -109,12 +115,18 @@ class KZFI_PDK_API CFiParamList {
     tstring text;
 };
 
-/// Builds a List, derived from CFiParamList, while its XML is read.
+/// Builds a List, derived from CFiParamList, while its XML is read. Several documents collect into
+/// one list.
 template <class List>
 class KZFI_PDK_API CFiParamListHandler : public CFiSaxParseHandler {
   public:
-    /// The list as built so far, with its text; throws a copy of the saved error instead when one
-    /// with a message was reported.
+    CFiParamListHandler() = default;
+    CFiParamListHandler(const CFiParamListHandler&) = delete;
+    CFiParamListHandler& operator=(const CFiParamListHandler&) = delete;
+    ~CFiParamListHandler() override = default;
+
+    /// The list as built so far, with its text; it belongs to the handler and ends with it. Throws
+    /// a copy of the saved error instead when one with a message was reported.
     List& getList();
 
   protected:
@@ -143,6 +155,11 @@ class KZFI_PDK_API CFiParamListHandler : public CFiSaxParseHandler {
 template <class List>
 class KZFI_PDK_API CFiValueListHandler : public CFiParamListHandler<List> {
   public:
+    CFiValueListHandler() = default;
+    CFiValueListHandler(const CFiValueListHandler&) = delete;
+    CFiValueListHandler& operator=(const CFiValueListHandler&) = delete;
+    ~CFiValueListHandler() override = default;
+
     void startElement(const XMLCh* uri, const XMLCh* localname, const XMLCh* qname,
                       const xercesc::Attributes& attributes) override;
     void endElement(const XMLCh* uri, const XMLCh* localname, const XMLCh* qname) override;
@@ -176,8 +193,10 @@ class KZFI_PDK_API CFiConfigParamDataList : public detail::CFiParamList<CFiConfi
     CFiConfigParamDataList& operator=(const CFiConfigParamDataList& source);
     ~CFiConfigParamDataList();
 
-    /// The value of this name, else the list's placeholder; never null. What is written to the
-    /// placeholder is what later calls for unknown names find.
+    /// The value of this name, else the list's placeholder; never null. Either belongs to the list:
+    /// a stored value is valid until a parse, clear, assignment or its removal, the placeholder as
+    /// long as the list. What is written to the placeholder is what later calls for unknown names
+    /// find.
     CFiConfigParamData* getParamData(const char* name);
 };
 
@@ -192,7 +211,8 @@ class KZFI_PDK_API CFiConfigParamInfoList : public detail::CFiParamList<CFiConfi
     CFiConfigParamInfoList& operator=(const CFiConfigParamInfoList& source);
     ~CFiConfigParamInfoList();
 
-    /// The description of this name, else the list's placeholder; never null.
+    /// The description of this name, else the list's placeholder; never null, the list's own, and
+    /// valid as with CFiConfigParamDataList::getParamData().
     CFiConfigParamInfo* getParamInfo(const char* name);
 
     /// The default of every description as a value, with the text of all; a default of a list type
@@ -205,6 +225,8 @@ class KZFI_PDK_API CFiConfigParamDataListHandler
     : public detail::CFiValueListHandler<CFiConfigParamDataList> {
   public:
     CFiConfigParamDataListHandler();
+    CFiConfigParamDataListHandler(const CFiConfigParamDataListHandler&) = delete;
+    CFiConfigParamDataListHandler& operator=(const CFiConfigParamDataListHandler&) = delete;
     ~CFiConfigParamDataListHandler() override;
 };
 
@@ -213,6 +235,8 @@ class KZFI_PDK_API CFiGetConfigParamListHandler
     : public detail::CFiParamListHandler<CFiConfigParamInfoList> {
   public:
     CFiGetConfigParamListHandler();
+    CFiGetConfigParamListHandler(const CFiGetConfigParamListHandler&) = delete;
+    CFiGetConfigParamListHandler& operator=(const CFiGetConfigParamListHandler&) = delete;
     ~CFiGetConfigParamListHandler() override;
 
     void startElement(const XMLCh* uri, const XMLCh* localname, const XMLCh* qname,

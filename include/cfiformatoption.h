@@ -11,7 +11,7 @@
 
 namespace kzfi_pdk_4_4 {
 
-/// One option: a list of values exactly when valueList is not empty.
+/// One option: a list of values exactly when valueList is not empty. Copied member by member.
 class KZFI_PDK_API CFiFormatOption {
   public:
     std::string key;
@@ -47,8 +47,9 @@ class KZFI_PDK_API CFiFormatOptionList : public detail::CFiParamList<CFiFormatOp
     CFiFormatOptionList& operator=(const CFiFormatOptionList&) = default;
     ~CFiFormatOptionList();
 
-    /// The option of this name, else the list's placeholder; never null. What is written to the
-    /// placeholder is what later calls for unknown names find.
+    /// The option of this name, else the list's placeholder; never null, the list's own, and valid
+    /// as with CFiConfigParamDataList::getParamData(). What is written to the placeholder is what
+    /// later calls for unknown names find.
     CFiFormatOption* getParamData(const char* name);
 };
 
@@ -57,6 +58,8 @@ class KZFI_PDK_API CFiFormatOptionListHandler
     : public detail::CFiValueListHandler<CFiFormatOptionList> {
   public:
     CFiFormatOptionListHandler();
+    CFiFormatOptionListHandler(const CFiFormatOptionListHandler&) = delete;
+    CFiFormatOptionListHandler& operator=(const CFiFormatOptionListHandler&) = delete;
     ~CFiFormatOptionListHandler() override;
 };
 

@@ -1,7 +1,6 @@
 #include "cficonfigparam.h"
 
 #include <cstddef>
-#include <iterator>
 
 #include "config/paramlist.h"
 
@@ -56,13 +55,10 @@ bool hasRange(const CFiConfigParamInfo& info) {
 template <>
 struct ParamKind<CFiConfigParamInfo> {
     using Handler = CFiGetConfigParamListHandler;
-    static constexpr const char* LIST = "ConfigParamList";
-    static constexpr const char* ENTRY = "ConfigParam";
-    static constexpr std::string_view OPEN_LIST = "<ConfigParamList>\n";
-    static constexpr std::string_view CLOSE_LIST = "</ConfigParamList>\n";
+    KZFI_PARAM_ELEMENTS("ConfigParamList", "ConfigParam");
 
     static void write(std::string& xml, const CFiConfigParamInfo& info) {
-        xml += "<ConfigParam>\n";
+        xml += OPEN;
         append(xml, {"\t<key>", "</key>\n"}, info.key);
         append(xml, {"\t<usageType>", "</usageType>\n"},
                wordOf(USAGE_WORDS, info.usageType, "UNKNOWN"));
@@ -79,19 +75,14 @@ struct ParamKind<CFiConfigParamInfo> {
             writeSelection(xml, info);
         }
         append(xml, {"\t<defaultValue>", "</defaultValue>\n"}, info.defaultValue);
-        xml += "</ConfigParam>\n";
+        xml += CLOSE;
     }
 };
 
 template <>
 struct ParamKind<CFiConfigParamData> {
     using Handler = CFiConfigParamDataListHandler;
-    static constexpr const char* LIST = "ConfigValueList";
-    static constexpr const char* ENTRY = "ConfigValue";
-    static constexpr std::string_view OPEN_LIST = "<ConfigValueList>\n";
-    static constexpr std::string_view CLOSE_LIST = "</ConfigValueList>\n";
-    static constexpr std::string_view OPEN = "<ConfigValue>\n";
-    static constexpr std::string_view CLOSE = "</ConfigValue>\n";
+    KZFI_PARAM_ELEMENTS("ConfigValueList", "ConfigValue");
 
     static void write(std::string& xml, const CFiConfigParamData& data) { writeValue(xml, data); }
 };
@@ -167,6 +158,7 @@ void CFiGetConfigParamListHandler::startElement(const XMLCh*, const XMLCh*, cons
 }
 
 void CFiGetConfigParamListHandler::endElement(const XMLCh*, const XMLCh*, const XMLCh* qname) {
+    using Kind = detail::ParamKind<Entry>;
     if (isNamed(qname, "key")) {
         current.key = content();
     } else if (isNamed(qname, "usageType")) {
@@ -186,10 +178,10 @@ void CFiGetConfigParamListHandler::endElement(const XMLCh*, const XMLCh*, const 
         current.addSelectionItem(content());
     } else if (isNamed(qname, "defaultValue")) {
         current.defaultValue = content();
-    } else if (isNamed(qname, "ConfigParam")) {
+    } else if (isNamed(qname, Kind::ENTRY)) {
         store();
         current = CFiConfigParamInfo();
-    } else if (isNamed(qname, "ConfigParamList")) {
+    } else if (isNamed(qname, Kind::LIST)) {
         finished = true;
     }
 }

@@ -9,12 +9,7 @@ namespace detail {
 template <>
 struct ParamKind<CFiFormatOption> {
     using Handler = CFiFormatOptionListHandler;
-    static constexpr const char* LIST = "FormatOptionValueList";
-    static constexpr const char* ENTRY = "FormatOptionValue";
-    static constexpr std::string_view OPEN_LIST = "<FormatOptionValueList>\n";
-    static constexpr std::string_view CLOSE_LIST = "</FormatOptionValueList>\n";
-    static constexpr std::string_view OPEN = "<FormatOptionValue>\n";
-    static constexpr std::string_view CLOSE = "</FormatOptionValue>\n";
+    KZFI_PARAM_ELEMENTS("FormatOptionValueList", "FormatOptionValue");
 
     static void write(std::string& xml, const CFiFormatOption& option) { writeValue(xml, option); }
 };

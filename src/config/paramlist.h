@@ -5,6 +5,8 @@
 #ifndef KZFI_CONFIG_PARAMLIST_H
 #define KZFI_CONFIG_PARAMLIST_H
 
+#include <cstring>
+#include <new>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -15,25 +17,55 @@
 namespace kzfi_pdk_4_4::detail {
 
 /// What a list does not know of its entries, for one Entry:
-///     using Handler = ...;                    // whose list is one of them
-///     static constexpr const char* LIST;      // names of the root element
-///     static constexpr const char* ENTRY;     // and of an entry's
-///     static constexpr std::string_view OPEN_LIST, CLOSE_LIST;   // the root's tags
-///     static constexpr std::string_view OPEN, CLOSE;             // an entry's, for writeValue()
+///     using Handler = ...;                                       // whose list is one of them
+///     KZFI_PARAM_ELEMENTS("root", "entry");                      // names of root and entry
 ///     static void write(std::string& xml, const Entry& entry);   // appends an entry's element
 template <class Entry>
 struct ParamKind;
 
-constexpr std::string_view HEADER = "<?xml version=\"1.0\" standalone=\"yes\" ?>\n";
+/// The names of root and entry, and their tags, which only the preprocessor can join beforehand.
+#define KZFI_PARAM_ELEMENTS(list, entry)                                                           \
+    static constexpr const char* LIST = list;                                                      \
+    static constexpr const char* ENTRY = entry;                                                    \
+    static constexpr std::string_view OPEN_LIST = "<" list ">\n";                                  \
+    static constexpr std::string_view CLOSE_LIST = "</" list ">\n";                                \
+    static constexpr std::string_view OPEN = "<" entry ">\n";                                      \
+    static constexpr std::string_view CLOSE = "</" entry ">\n"
+
+inline constexpr std::string_view HEADER = "<?xml version=\"1.0\" standalone=\"yes\" ?>\n";
+
+/// Replaces text with these bytes, which may be its own, in a buffer of just their size. Throws
+/// std::bad_alloc, where a byte string by itself would silently stay empty.
+inline void replaceText(tstring& text, const char* bytes, std::size_t size) {
+    tstring fresh(bytes, size);
+    if (fresh.length() != size) {
+        throw std::bad_alloc();
+    }
+    text.swap(fresh);
+}
+
+template <class Data>
+CFiParamList<Data>::CFiParamList(const CFiParamList& source)
+    : data(source.data),
+      placeholder(source.placeholder) {
+    replaceText(text, source.text.c_str(), source.text.length());
+}
+
+template <class Data>
+CFiParamList<Data>& CFiParamList<Data>::operator=(const CFiParamList& source) {
+    CFiParamList copy(source);
+    data.swap(copy.data);
+    std::swap(placeholder, copy.placeholder);
+    text.swap(copy.text);
+    return *this;
+}
 
 template <class Data>
 int CFiParamList<Data>::parse(const char* xml) {
-    // Swapped in: xml may be this list's own text, which so lives on until the end.
-    tstring given(xml != nullptr ? xml : text.c_str());
-    text.swap(given);
-    // Outside the try block: the handler must live longer than the error.
-    typename ParamKind<Data>::Handler handler;
+    const char* const given = xml != nullptr ? xml : text.c_str();
+    replaceText(text, given, std::strlen(given));
     try {
+        typename ParamKind<Data>::Handler handler;
         CFiSaxParser::parseOnce(text.c_str(), text.length(), handler);
         data.swap(handler.builtEntries());
     } catch (const xercesc::SAXParseException&) {
@@ -55,7 +87,7 @@ void CFiParamList<Data>::updateXML() {
         Kind::write(xml, entry.second);
     }
     xml += Kind::CLOSE_LIST;
-    text.set(xml.data(), xml.size(), true);
+    replaceText(text, xml.data(), xml.size());
 }
 
 template <class Data>
@@ -141,8 +173,10 @@ void CFiValueListHandler<List>::setValue() {
 
 template <class List>
 void CFiValueListHandler<List>::storeValue() {
+    // auxText is not cleared, on purpose; storing may take it along.
+    const tstring auxText(this->current.auxText);
     this->store();
-    // auxText is not cleared, on purpose.
+    this->current.auxText = auxText;
     this->current.valueList.clear();
     this->current.value.clear();
     this->current.key.clear();
@@ -172,7 +206,9 @@ template <class Entry>
 tstring entryXml(const Entry& entry) {
     std::string xml;
     ParamKind<Entry>::write(xml, entry);
-    return tstring(xml.data(), xml.size());
+    tstring text;
+    replaceText(text, xml.data(), xml.size());
+    return text;
 }
 
 } // namespace kzfi_pdk_4_4::detail

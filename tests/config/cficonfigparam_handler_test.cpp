@@ -20,10 +20,6 @@ static_assert(!std::is_copy_assignable<CFiGetConfigParamListHandler>::value, "")
 static_assert(std::is_base_of<CFiSaxParseHandler, CFiConfigParamDataListHandler>::value, "");
 static_assert(std::is_base_of<CFiSaxParseHandler, CFiGetConfigParamListHandler>::value, "");
 
-void feed(CFiSaxParseHandler& handler, const std::string& xml) {
-    CFiSaxParser(&handler, nullptr).parse(xml);
-}
-
 /// Gives a handler one element's text and end, as the reader would.
 void leaf(CFiSaxParseHandler& handler, const std::u16string& name, const std::u16string& text) {
     handler.characters(text.data(), text.size());
@@ -168,6 +164,28 @@ TEST(ConfigParamHandlers, TakeTextUpToItsFirstNul) {
     leaf(infos, u"ConfigParam", u"");
     EXPECT_TRUE(infos.getList().getParamInfo("")->isSharedParam);
     EXPECT_THAT(infos.getList().getParamInfo("")->selectionList, ElementsAre("yes"));
+}
+
+TEST(ConfigParamHandlers, TakeTextUpToANulBehindASpecialCharacter) {
+    CFiConfigParamDataListHandler handler;
+    leaf(handler, u"value", std::u16string(u"a&<\0>", 5));
+    leaf(handler, u"ConfigValue", u"");
+    EXPECT_EQ(handler.getList().getParamData("")->value, "a&<");
+}
+
+/// Gives the values of a document an auxiliary text, once.
+class Adding : public CFiConfigParamDataListHandler {
+  public:
+    Adding() { current.auxText = "auxiliary"; }
+};
+
+TEST(ConfigParamHandlers, KeepTheAuxiliaryTextBetweenValues) {
+    Adding handler;
+    feed(handler, TWO_ENTRIES);
+    ASSERT_EQ(handler.getList().entries().size(), 2u);
+    for (const char* name : {"a", "b"}) {
+        EXPECT_STREQ(handler.getList().getParamData(name)->auxText.c_str(), "auxiliary") << name;
+    }
 }
 
 TEST(ConfigParamHandlers, ReadSeveralDocumentsIntoOneList) {

@@ -1,8 +1,12 @@
 // Descriptions and values, their lists, and the XML that these are written as.
 #include "cficonfigparam.h"
 
+#include <ace/Malloc_Allocator.h>
 #include <gmock/gmock.h>
+#include <malloc.h>
 
+#include <cstring>
+#include <new>
 #include <type_traits>
 
 #include "config/param_texts.h"
@@ -27,12 +31,6 @@ std::string xmlOf(const CFiConfigParamData& value) {
     return value.toXML().c_str();
 }
 
-template <class List>
-std::string updatedXml(List& list) {
-    list.updateXML();
-    return list.getXML();
-}
-
 CFiConfigParamInfo infoOfType(FiConfigDataType type) {
     CFiConfigParamInfo info;
     info.key = "p";
@@ -40,8 +38,7 @@ CFiConfigParamInfo infoOfType(FiConfigDataType type) {
     return info;
 }
 
-TEST(ConfigParamInfo, StartsUnknownAndWithoutRange) {
-    const CFiConfigParamInfo info;
+void expectUnset(const CFiConfigParamInfo& info) {
     EXPECT_EQ(info.key, "");
     EXPECT_EQ(info.messageId, "");
     EXPECT_EQ(info.dataType, 6);
@@ -51,6 +48,10 @@ TEST(ConfigParamInfo, StartsUnknownAndWithoutRange) {
     EXPECT_EQ(info.defaultValue, "");
     EXPECT_EQ(info.rangeMin, -1);
     EXPECT_EQ(info.rangeMax, -1);
+}
+
+TEST(ConfigParamInfo, StartsUnknownAndWithoutRange) {
+    expectUnset(CFiConfigParamInfo());
 }
 
 TEST(ConfigParamInfo, WritesEveryFieldInItsOrder) {
@@ -206,7 +207,10 @@ TEST(ConfigParamData, EscapesTheFiveSpecialCharacters) {
 }
 
 TEST(ConfigParamData, WritesATextUpToItsFirstNul) {
-    EXPECT_THAT(xmlOf(data("k", std::string("ab\0&cd", 6))), HasSubstr("<value>ab</value>"));
+    for (const std::string& text : {std::string("ab\0&cd", 6), std::string("ab\0cd", 5)}) {
+        EXPECT_THAT(xmlOf(data("k", text)), HasSubstr("<value>ab</value>"));
+    }
+    EXPECT_THAT(xmlOf(data("k", std::string("a&b\0cd", 6))), HasSubstr("<value>a&amp;b</value>"));
 }
 
 TEST(ConfigParamData, WritesOtherBytesAsTheyAre) {
@@ -368,6 +372,7 @@ TEST(ConfigParamLists, GiveOnePlaceholderForUnknownNames) {
     EXPECT_EQ(placeholder->key, "");
     EXPECT_EQ(placeholder->value, "");
     EXPECT_TRUE(placeholder->valueList.empty());
+    EXPECT_STREQ(placeholder->auxText.c_str(), "");
     EXPECT_EQ(values.getParamData("other"), placeholder);
     EXPECT_EQ(values.getParamData(nullptr), placeholder);
     EXPECT_EQ(values.entries().count("unknown"), 0u);
@@ -377,8 +382,7 @@ TEST(ConfigParamLists, GiveOnePlaceholderForUnknownNames) {
     CFiConfigParamInfoList infos;
     CFiConfigParamInfo* unknown = infos.getParamInfo("unknown");
     ASSERT_NE(unknown, nullptr);
-    EXPECT_EQ(unknown->dataType, FI_DATA_UNKNOWN);
-    EXPECT_EQ(unknown->usageType, FI_USAGE_UNKNOWN);
+    expectUnset(*unknown);
     EXPECT_EQ(infos.getParamInfo(nullptr), unknown);
     EXPECT_TRUE(infos.empty());
 }
@@ -440,6 +444,53 @@ TEST(ConfigParamLists, CopyEntriesPlaceholderAndText) {
         EXPECT_EQ(list->getParamInfo("unknown")->messageId, "m");
         EXPECT_STREQ(list->getXML(), infos.getXML());
     }
+}
+
+TEST(ConfigParamLists, HoldNoMoreMemoryThanTheirTextNeeds) {
+    CFiConfigParamDataList list;
+    const std::string longText = "<a>" + std::string(10000000, 'x') + "</a>";
+    EXPECT_EQ(list.parse(longText.c_str()), 0);
+    EXPECT_EQ(std::strlen(list.getXML()), 77u);
+    EXPECT_LT(malloc_usable_size(const_cast<char*>(list.getXML())), 1000u);
+    EXPECT_EQ(list.parse(value("k", longText).c_str()), 0);
+    list.entries().clear();
+    list.updateXML();
+    EXPECT_LT(malloc_usable_size(const_cast<char*>(list.getXML())), 1000u);
+}
+
+/// The memory of byte strings, without any for long ones.
+class ShortTextsOnly : public ACE_New_Allocator {
+  public:
+    ShortTextsOnly() : before(ACE_Allocator::instance(this)) {}
+    ShortTextsOnly(const ShortTextsOnly&) = delete;
+    ShortTextsOnly& operator=(const ShortTextsOnly&) = delete;
+    ~ShortTextsOnly() override { ACE_Allocator::instance(before); }
+
+    void* malloc(std::size_t size) override {
+        return size < 1000 ? ACE_New_Allocator::malloc(size) : nullptr;
+    }
+
+  private:
+    ACE_Allocator* const before;
+};
+
+TEST(ConfigParamLists, TellWhenThereIsNoMemoryForTheirText) {
+    const std::string longText(2000, 'x');
+    CFiConfigParamDataList list;
+    list.entries()["k"] = data("k", longText);
+    list.updateXML();
+    const std::string xml = list.getXML();
+    const ShortTextsOnly memory;
+    CFiConfigParamDataList other;
+    EXPECT_THROW(other.parse(xml.c_str()), std::bad_alloc);
+    EXPECT_STREQ(other.getXML(), "");
+    EXPECT_THROW(other = list, std::bad_alloc);
+    EXPECT_TRUE(other.empty());
+    EXPECT_THROW(CFiConfigParamDataList{list}, std::bad_alloc);
+    EXPECT_THROW(list.entries()["k"].toXML(), std::bad_alloc);
+    other.entries()["k"] = data("k", longText);
+    EXPECT_THROW(other.updateXML(), std::bad_alloc);
+    EXPECT_STREQ(other.getXML(), "");
 }
 
 TEST(ConfigParamInfoList, GivesTheDefaultsAsValues) {

@@ -26,19 +26,11 @@ static_assert(!std::is_copy_constructible<CFiFormatOptionListHandler>::value, ""
 const std::string EMPTY_LIST = HEADER + "<FormatOptionValueList>\n</FormatOptionValueList>\n";
 
 CFiFormatOption option(const std::string& key, const std::string& text) {
-    CFiFormatOption result;
-    result.key = key;
-    result.value = text;
-    return result;
+    return data<CFiFormatOption>(key, text);
 }
 
 void put(CFiFormatOptionList& list, const CFiFormatOption& entry) {
     list.entries()[entry.key] = entry;
-}
-
-std::string updatedXml(CFiFormatOptionList& list) {
-    list.updateXML();
-    return list.getXML();
 }
 
 /// A list of options with this inside its root element.
@@ -56,15 +48,8 @@ std::string entry(const std::string& key, const std::string& text) {
     return entry(element("key", key) + element("value", text));
 }
 
-/// A list that has read this text, which is a good one.
-CFiFormatOptionList read(const std::string& xml) {
-    CFiFormatOptionList list;
-    EXPECT_EQ(list.parse(xml.c_str()), 0) << xml;
-    return list;
-}
-
-void feed(CFiSaxParseHandler& handler, const std::string& xml) {
-    CFiSaxParser(&handler, nullptr).parse(xml);
+CFiFormatOptionList readOptions(const std::string& xml) {
+    return read<CFiFormatOptionList>(xml);
 }
 
 // ---- Writing ----
@@ -155,7 +140,7 @@ TEST(FormatOptionList, KeepsTheOldTextUntilItIsUpdated) {
 }
 
 TEST(FormatOptionList, LosesEntriesAndTextWhenCleared) {
-    CFiFormatOptionList list = read(options(entry("fmt", "raw")));
+    CFiFormatOptionList list = readOptions(options(entry("fmt", "raw")));
     list.clear();
     EXPECT_TRUE(list.empty());
     EXPECT_STREQ(list.getXML(), "");
@@ -213,7 +198,7 @@ void expectFull(CFiFormatOptionList& list) {
 }
 
 TEST(FormatOptionList, CopiesEntriesPlaceholderAndText) {
-    CFiFormatOptionList assigned = read(options(entry("other", "1")));
+    CFiFormatOptionList assigned = readOptions(options(entry("other", "1")));
     {
         CFiFormatOptionList source = fullList();
         const CFiFormatOptionList copy(source);
@@ -252,9 +237,9 @@ TEST(ReadingFormatOptions, ReadsBackWhatItWrites) {
 
 TEST(ReadingFormatOptions, NormalisesTheText) {
     CFiFormatOptionList list =
-        read("<?xml version='1.0'?>\n<!-- c -->\n" +
-             options("\n  <FormatOptionValue><value>raw</value>  <key>fmt</key>"
-                     "</FormatOptionValue>"));
+        readOptions("<?xml version='1.0'?>\n<!-- c -->\n" +
+                    options("\n  <FormatOptionValue><value>raw</value>  <key>fmt</key>"
+                            "</FormatOptionValue>"));
     EXPECT_EQ(list.getXML(), HEADER + "<FormatOptionValueList>\n<FormatOptionValue>\n"
                                       "\t<dataType></dataType>\n\t<key>fmt</key>\n"
                                       "\t<value>raw</value>\n</FormatOptionValue>\n"
@@ -264,7 +249,7 @@ TEST(ReadingFormatOptions, NormalisesTheText) {
 TEST(ReadingFormatOptions, IsEmptiedByEveryForeignDocument) {
     for (const std::string& foreign :
          {value("fmt", "raw"), values(""), description(""), std::string("<a/>")}) {
-        CFiFormatOptionList list = read(options(entry("fmt", "raw")));
+        CFiFormatOptionList list = readOptions(options(entry("fmt", "raw")));
         EXPECT_EQ(list.parse(foreign.c_str()), 0) << foreign;
         EXPECT_TRUE(list.empty()) << foreign;
         EXPECT_EQ(list.getXML(), EMPTY_LIST);
@@ -280,15 +265,15 @@ TEST(ReadingFormatOptions, IsForeignToParameterValues) {
 
 TEST(ReadingFormatOptions, CarriesAStrayValueIntoTheNextOption) {
     CFiFormatOptionList list =
-        read(options("<ConfigValue><key>a</key><value>b</value></ConfigValue>"
-                     "<FormatOptionValue/>"));
+        readOptions(options("<ConfigValue><key>a</key><value>b</value></ConfigValue>"
+                            "<FormatOptionValue/>"));
     ASSERT_EQ(list.entries().size(), 1u);
     EXPECT_EQ(list.getParamData("a")->key, "a");
     EXPECT_EQ(list.getParamData("a")->value, "b");
 }
 
 TEST(ReadingFormatOptions, StartsEveryOptionEmpty) {
-    CFiFormatOptionList list = read(options(
+    CFiFormatOptionList list = readOptions(options(
         entry("<key>a</key><value>1</value><valueList><value>x</value></valueList>") + entry("")));
     ASSERT_EQ(list.entries().size(), 2u);
     EXPECT_EQ(list.getParamData("")->value, "");
@@ -297,15 +282,15 @@ TEST(ReadingFormatOptions, StartsEveryOptionEmpty) {
 
 TEST(ReadingFormatOptions, KeepsBothAValueAndAList) {
     CFiFormatOptionList list =
-        read(options(entry("<key>fmt</key><value>v</value>"
-                           "<valueList><value>a</value><value>b</value></valueList>")));
+        readOptions(options(entry("<key>fmt</key><value>v</value>"
+                                  "<valueList><value>a</value><value>b</value></valueList>")));
     EXPECT_EQ(list.getParamData("fmt")->value, "v");
     EXPECT_THAT(list.getParamData("fmt")->valueList, ElementsAre("a", "b"));
     EXPECT_THAT(list.getXML(), Not(HasSubstr("<value>v</value>")));
 }
 
 TEST(ReadingFormatOptions, ReplacesAnOptionOfTheSameName) {
-    CFiFormatOptionList list = read(
+    CFiFormatOptionList list = readOptions(
         options(entry("<key>fmt</key><value>1</value><valueList><value>x</value></valueList>") +
                 entry("other", "2") + entry("<key>fmt</key>")));
     ASSERT_EQ(list.entries().size(), 2u);
@@ -314,7 +299,7 @@ TEST(ReadingFormatOptions, ReplacesAnOptionOfTheSameName) {
 }
 
 TEST(ReadingFormatOptions, TakesTextsAsTheyStand) {
-    CFiFormatOptionList list = read(options(entry(" a ", " x&amp;y ")));
+    CFiFormatOptionList list = readOptions(options(entry(" a ", " x&amp;y ")));
     ASSERT_EQ(list.entries().count(" a "), 1u);
     EXPECT_EQ(list.getParamData(" a ")->value, " x&y ");
 }
@@ -322,14 +307,14 @@ TEST(ReadingFormatOptions, TakesTextsAsTheyStand) {
 TEST(ReadingFormatOptions, KnowsNamesOnlyInFull) {
     for (const char* name : {"formatoptionvalue", "FormatOptionValues", "FormatOption",
                              "FormatOptionValueList", "p:FormatOptionValue"}) {
-        EXPECT_TRUE(read(options(element(name, "<key>k</key>"))).empty()) << name;
+        EXPECT_TRUE(readOptions(options(element(name, "<key>k</key>"))).empty()) << name;
     }
 }
 
 TEST(ReadingFormatOptions, RefusesBadTextsAndKeepsTheMap) {
     for (const char* bad : {"", "text", "<FormatOptionValueList>", "<a></b>",
                             "<?xml version='1.0' encoding='UTF-16'?><a/>"}) {
-        CFiFormatOptionList list = read(options(entry("fmt", "raw")));
+        CFiFormatOptionList list = readOptions(options(entry("fmt", "raw")));
         EXPECT_EQ(list.parse(bad), 3) << bad;
         ASSERT_EQ(list.entries().size(), 1u) << bad;
         EXPECT_EQ(list.getParamData("fmt")->value, "raw") << bad;
@@ -347,7 +332,7 @@ TEST(ReadingFormatOptions, IsConstructedEmptyFromBadTextsAndNull) {
 }
 
 TEST(ReadingFormatOptions, ReadsItsOwnTextAgainForNull) {
-    CFiFormatOptionList list = read(options(entry("fmt", "raw")));
+    CFiFormatOptionList list = readOptions(options(entry("fmt", "raw")));
     list.entries().clear();
     EXPECT_EQ(list.parse(nullptr), 0);
     EXPECT_EQ(list.getParamData("fmt")->value, "raw");
@@ -364,7 +349,7 @@ TEST(FormatOptionHandler, GivesTheListWithItsText) {
     feed(handler, xml);
     CFiFormatOptionList& list = handler.getList();
     EXPECT_EQ(list.getParamData("fmt")->value, "raw");
-    EXPECT_STREQ(list.getXML(), read(xml).getXML());
+    EXPECT_STREQ(list.getXML(), readOptions(xml).getXML());
     EXPECT_THAT(list.getXML(), StartsWith(HEADER + "<FormatOptionValueList>\n"));
 }
 

@@ -1,8 +1,9 @@
-// A parser whose reader cannot be made: the reader's factory is replaced by one that fails on
-// demand.
+// A parser whose reader cannot be made, and the balance of the platform's starts and stops: the
+// reader's factory is replaced by one that fails on demand, start and stop by ones that count.
 #include <dlfcn.h>
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <functional>
 #include <stdexcept>
 
@@ -18,6 +19,14 @@ namespace {
 /// Runs before every reader that is made; throws what the test wants.
 std::function<void()> beforeReader;
 
+/// Starts of the platform that were not stopped yet.
+std::atomic<int> platformUses{0};
+
+template <class Function>
+Function* original(const char* name) {
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
 } // namespace
 
 XERCES_CPP_NAMESPACE_BEGIN
@@ -27,11 +36,28 @@ XMLReaderFactory::createXMLReader(MemoryManager* const manager, XMLGrammarPool* 
     if (beforeReader) {
         beforeReader();
     }
-    using Factory = SAX2XMLReader* (*)(MemoryManager*, XMLGrammarPool*);
-    static const auto original = reinterpret_cast<Factory>(
-        dlsym(RTLD_NEXT, "_ZN11xercesc_3_216XMLReaderFactory15createXMLReaderEPNS_"
-                         "13MemoryManagerEPNS_14XMLGrammarPoolE"));
-    return original(manager, pool);
+    using Factory = SAX2XMLReader*(MemoryManager*, XMLGrammarPool*);
+    static const auto factory =
+        original<Factory>("_ZN11xercesc_3_216XMLReaderFactory15createXMLReaderEPNS_"
+                          "13MemoryManagerEPNS_14XMLGrammarPoolE");
+    return factory(manager, pool);
+}
+
+__attribute__((visibility("default"))) void
+XMLPlatformUtils::Initialize(const char* const locale, const char* const nlsHome,
+                             PanicHandler* const panicHandler, MemoryManager* const memory) {
+    using Start = void(const char*, const char*, PanicHandler*, MemoryManager*);
+    static const auto start =
+        original<Start>("_ZN11xercesc_3_216XMLPlatformUtils10InitializeEPKcS2_PNS_"
+                        "12PanicHandlerEPNS_13MemoryManagerE");
+    start(locale, nlsHome, panicHandler, memory);
+    ++platformUses;
+}
+
+__attribute__((visibility("default"))) void XMLPlatformUtils::Terminate() {
+    static const auto stop = original<void()>("_ZN11xercesc_3_216XMLPlatformUtils9TerminateEv");
+    --platformUses;
+    stop();
 }
 
 XERCES_CPP_NAMESPACE_END
@@ -46,12 +72,6 @@ void throwXmlException() {
                                     xercesc::XMLPlatformUtils::fgMemoryManager);
 }
 
-class Noting : public CFiSaxParseHandler {
-  public:
-    using CFiSaxParseHandler::errorSeen;
-    using CFiSaxParseHandler::raiseError;
-};
-
 class SaxParserSetUp : public testing::Test {
   protected:
     SaxParserSetUp() {
@@ -62,7 +82,7 @@ class SaxParserSetUp : public testing::Test {
     ~SaxParserSetUp() override { beforeReader = nullptr; }
 
     CFiConfigParamDataList list;
-    Noting handler;
+    OpenHandler handler;
 };
 
 TEST_F(SaxParserSetUp, SwallowsAnErrorOfTheReader) {
@@ -114,6 +134,32 @@ TEST_F(SaxParserSetUp, PassesOnOtherExceptions) {
     EXPECT_EQ(list.getXML(), value("k", "new"));
     beforeReader = nullptr;
     EXPECT_EQ(list.parse(nullptr), 0);
+}
+
+TEST_F(SaxParserSetUp, StartsThePlatformOnceForEachParserAndHandler) {
+    const int before = platformUses;
+    {
+        const OpenHandler another;
+        EXPECT_EQ(platformUses, before + 1);
+        CFiSaxParser parser(nullptr, nullptr);
+        EXPECT_EQ(platformUses, before + 2);
+        parser.init();
+        EXPECT_EQ(platformUses, before + 2);
+    }
+    EXPECT_EQ(platformUses, before);
+    XMLCh* form = CFiXStringTool::unicodeForm("text");
+    xercesc::XMLString::release(&form);
+    EXPECT_EQ(platformUses, before);
+}
+
+TEST_F(SaxParserSetUp, GivesThePlatformBackAfterAnException) {
+    const int before = platformUses;
+    beforeReader = [] { throw std::runtime_error("other"); };
+    EXPECT_THROW(CFiSaxParser(&handler, nullptr), std::runtime_error);
+    EXPECT_EQ(platformUses, before);
+    beforeReader = throwXmlException;
+    EXPECT_NO_THROW(CFiSaxParser(&handler, nullptr));
+    EXPECT_EQ(platformUses, before);
 }
 
 TEST_F(SaxParserSetUp, MakesOneReaderForManyShortTexts) {

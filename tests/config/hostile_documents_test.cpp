@@ -1,8 +1,17 @@
 // Documents that want to read other files or to unfold without end: refused, and quickly so.
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <memory>
+#include <stdexcept>
+
+#include <xercesc/framework/MemBufInputSource.hpp>
+#include <xercesc/sax2/XMLReaderFactory.hpp>
+#include <xercesc/util/XMLUni.hpp>
 
 #include "cficonfigparam.h"
 #include "config/param_texts.h"
@@ -43,6 +52,19 @@ class HostileDocuments : public testing::Test {
         EXPECT_EQ(list.getParamData("k")->value, "old");
     }
 
+    /// What a plain reader makes of the text when it may open files.
+    void expectReadWithFiles(const std::string& text) {
+        CFiConfigParamDataListHandler handler;
+        const std::unique_ptr<xercesc::SAX2XMLReader> reader(
+            xercesc::XMLReaderFactory::createXMLReader());
+        reader->setFeature(xercesc::XMLUni::fgSAX2CoreValidation, false);
+        reader->setContentHandler(&handler);
+        reader->setErrorHandler(&handler);
+        reader->parse(xercesc::MemBufInputSource(reinterpret_cast<const XMLByte*>(text.data()),
+                                                 text.size(), u"control"));
+        EXPECT_EQ(handler.getList().getParamData("k")->value, "secret") << text;
+    }
+
     std::string accepted(const std::string& text) {
         CFiConfigParamDataList other;
         EXPECT_EQ(other.parse(text.c_str()), 0) << text.substr(0, 200);
@@ -54,10 +76,15 @@ class HostileDocuments : public testing::Test {
 };
 
 TEST_F(HostileDocuments, DoNotReadFiles) {
-    writeFile(folder.path("secret"), "secret");
-    writeFile(folder.path("subset"), entity("e", "secret"));
     const std::string secret = folder.path("secret");
     const std::string subset = folder.path("subset");
+    writeFile(secret, "secret");
+    writeFile(subset, entity("e", "secret"));
+    // The same documents are good ones for a reader that does read files.
+    expectReadWithFiles(document("<!ENTITY e SYSTEM 'file://" + secret + "'>", "&e;"));
+    expectReadWithFiles(document("<!ENTITY e SYSTEM '" + secret + "'>", "&e;"));
+    expectReadWithFiles(document("<!ENTITY % e SYSTEM '" + subset + "'> %e;", "&e;"));
+    expectReadWithFiles("<!DOCTYPE ConfigValueList SYSTEM '" + subset + "'>" + value("k", "&e;"));
     expectRefused(document("<!ENTITY e SYSTEM 'file://" + secret + "'>", "&e;"));
     expectRefused(document("<!ENTITY e SYSTEM '" + secret + "'>", "&e;"));
     expectRefused(document("<!ENTITY e PUBLIC 'p' '" + secret + "'>", "&e;"));
@@ -69,9 +96,57 @@ TEST_F(HostileDocuments, DoNotReadFiles) {
     expectRefused("<!DOCTYPE ConfigValueList PUBLIC 'p' '" + subset + "'>" + value("k", "text"));
 }
 
+/// A port of this machine that notes whether somebody connected.
+class Listener {
+  public:
+    Listener() : listening(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)) {
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t length = sizeof(address);
+        auto* const general = reinterpret_cast<sockaddr*>(&address);
+        if (bind(listening, general, length) != 0 || listen(listening, 5) != 0 ||
+            getsockname(listening, general, &length) != 0) {
+            throw std::runtime_error("no port to listen at");
+        }
+    }
+    Listener(const Listener&) = delete;
+    Listener& operator=(const Listener&) = delete;
+    ~Listener() { close(listening); }
+
+    std::string url() const {
+        return "http://127.0.0.1:" + std::to_string(ntohs(address.sin_port)) + "/";
+    }
+
+    /// Connects by itself.
+    void connectOnce() const {
+        const int client = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        EXPECT_EQ(connect(client, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
+        close(client);
+    }
+
+    /// Whether somebody connected since the last call.
+    bool wasReached() {
+        const int peer = accept4(listening, nullptr, nullptr, SOCK_CLOEXEC);
+        if (peer >= 0) {
+            close(peer);
+        }
+        return peer >= 0;
+    }
+
+  private:
+    const int listening;
+    sockaddr_in address = {};
+};
+
 TEST_F(HostileDocuments, DoNotReachTheNetwork) {
-    expectRefused(document("<!ENTITY e SYSTEM 'http://127.0.0.1:9/'>", "&e;"));
-    expectRefused("<!DOCTYPE ConfigValueList SYSTEM 'http://127.0.0.1:9/'>" + value("k", "text"));
+    Listener listener;
+    const std::string url = listener.url();
+    expectRefused(document("<!ENTITY e SYSTEM '" + url + "'>", "&e;"));
+    expectRefused(document("<!ENTITY % e SYSTEM '" + url + "'> %e;", "text"));
+    expectRefused("<!DOCTYPE ConfigValueList SYSTEM '" + url + "'>" + value("k", "text"));
+    EXPECT_FALSE(listener.wasReached());
+    listener.connectOnce();
+    EXPECT_TRUE(listener.wasReached());
 }
 
 TEST_F(HostileDocuments, DoNotOpenFifos) {

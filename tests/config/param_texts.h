@@ -1,6 +1,8 @@
-// Documents of the configuration parameter format, put together from pieces.
+// Documents of the configuration parameter format, put together from pieces, and what reads them.
 #ifndef KZFI_TESTS_CONFIG_PARAM_TEXTS_H
 #define KZFI_TESTS_CONFIG_PARAM_TEXTS_H
+
+#include <gtest/gtest.h>
 
 #include <string>
 
@@ -37,12 +39,41 @@ inline std::string repeated(const std::string& piece, int times) {
     return text;
 }
 
-inline kzfi_pdk_4_4::CFiConfigParamData data(const std::string& key, const std::string& text) {
-    kzfi_pdk_4_4::CFiConfigParamData result;
+/// A value or an option with this name and text.
+template <class Entry = kzfi_pdk_4_4::CFiConfigParamData>
+Entry data(const std::string& key, const std::string& text) {
+    Entry result;
     result.key = key;
     result.value = text;
     return result;
 }
+
+/// A list that has read this text, which is a good one.
+template <class List>
+List read(const std::string& xml) {
+    List list;
+    EXPECT_EQ(list.parse(xml.c_str()), 0) << xml;
+    return list;
+}
+
+template <class List>
+std::string updatedXml(List& list) {
+    list.updateXML();
+    return list.getXML();
+}
+
+inline void feed(kzfi_pdk_4_4::CFiSaxParseHandler& handler, const std::string& xml) {
+    kzfi_pdk_4_4::CFiSaxParser(&handler, nullptr).parse(xml);
+}
+
+/// Opens what the base of the handlers keeps to its family.
+class OpenHandler : public kzfi_pdk_4_4::CFiSaxParseHandler {
+  public:
+    using CFiSaxParseHandler::buffer;
+    using CFiSaxParseHandler::errorSeen;
+    using CFiSaxParseHandler::raiseError;
+    using CFiSaxParseHandler::savedError;
+};
 
 } // namespace kzfi_tests
 
