@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <unordered_map>
+#include <utility>
 
 #include "kzfi_platform_control.h"
 
@@ -28,37 +29,55 @@ struct Settings {
 // An interned object id and the name that it points to.
 struct Objid {
     std::string name;
-    kzfi_objid record;
+    kzfi_objid record = {};
 };
 
 struct Platform {
     std::mutex lock;
     Settings settings;
-    // Buffers handed out and not given back. One that went through free() stays until malloc hands
-    // its address out again.
+    // Buffers handed out and not given back through kzfi_free_buf. One that went through free()
+    // stays until kzfi_alloc_buf hands its address out again.
     std::unordered_map<const void*, size_t> live;
     // Never emptied: an object id lives as long as the process.
     std::unordered_map<std::string, Objid> objids;
 };
 
-// Never destroyed: destructors of static objects may still give buffers back.
+// Never destroyed: destructors of static objects may still give buffers back. Made in place, so
+// that there is one without memory, too.
 Platform& platform() {
-    static Platform* const instance = new Platform;
+    alignas(Platform) static unsigned char room[sizeof(Platform)];
+    static Platform* const instance = new (room) Platform;
     return *instance;
 }
 
-Settings settings() {
+// What use(settings) gives under the lock.
+template <class Use>
+auto withSettings(Use use) {
     Platform& p = platform();
     const std::lock_guard<std::mutex> guard(p.lock);
-    return p.settings;
+    return use(p.settings);
 }
 
-// Runs change(settings) under the lock.
-template <class Change>
-void configure(Change change) {
-    Platform& p = platform();
-    const std::lock_guard<std::mutex> guard(p.lock);
-    change(p.settings);
+// Sets a text, or none. Without memory there is none: no exception may leave a C function.
+void setText(std::optional<std::string> Settings::*text, const char* bytes, size_t size) {
+    withSettings([=](Settings& s) {
+        (s.*text).reset();
+        try {
+            if (bytes != nullptr) {
+                (s.*text).emplace(bytes, size);
+            }
+        } catch (const std::bad_alloc&) {
+        }
+    });
+}
+
+// A copy of a text; none, too, without memory.
+std::optional<std::string> textOf(std::optional<std::string> Settings::*text) {
+    try {
+        return withSettings([=](const Settings& s) { return s.*text; });
+    } catch (const std::bad_alloc&) {
+        return std::nullopt;
+    }
 }
 
 // Counts a call towards the one that is to fail; true when this is the one.
@@ -79,9 +98,11 @@ char* handOut(const char* bytes, size_t size) {
     return buffer;
 }
 
-void reportWrongSize(const Settings& s, const void* buffer, size_t taken, size_t givenBack) {
-    if (s.reporter != nullptr) {
-        s.reporter(buffer, taken, givenBack, s.reporterContext);
+void reportWrongSize(const void* buffer, size_t taken, size_t givenBack) {
+    const auto [reporter, context] = withSettings(
+        [](const Settings& s) { return std::make_pair(s.reporter, s.reporterContext); });
+    if (reporter != nullptr) {
+        reporter(buffer, taken, givenBack, context);
     } else {
         std::fprintf(stderr, "kzfi_free_buf: buffer %p of %zu bytes given back as %zu bytes\n",
                      buffer, taken, givenBack);
@@ -107,9 +128,9 @@ bool settle(Platform& p, const void* buffer, size_t size, std::optional<size_t>&
 }
 
 kzfi_objid* intern(Platform& p, const std::string& name, size_t length, int kind) {
-    const auto added = p.objids.try_emplace(name);
-    Objid& id = added.first->second;
-    if (added.second) {
+    Objid& id = p.objids[name];
+    // A new one, or one whose name found no memory before.
+    if (id.record.name == nullptr) {
         id.name = name;
         id.record = {id.name.data(), length, kind};
     }
@@ -152,7 +173,7 @@ void kzfi_free_buf(void* buffer, size_t size) {
         known = settle(p, buffer, size, wrongSize);
     }
     if (wrongSize) {
-        reportWrongSize(settings(), buffer, *wrongSize, size);
+        reportWrongSize(buffer, *wrongSize, size);
     }
     if (known) {
         std::free(buffer);
@@ -168,7 +189,11 @@ kzfi_objid* kzfi_get_objid(const char* name, size_t length, int kind) {
     if (failsNow(p.settings.failObjid)) {
         return nullptr;
     }
-    return intern(p, std::string(name, strnlen(name, length)), length, kind);
+    try {
+        return intern(p, std::string(name, strnlen(name, length)), length, kind);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
 }
 
 int kzfi_objidcmp(const kzfi_objid* a, const kzfi_objid* b) {
@@ -182,82 +207,75 @@ int kzfi_objidcmp(const kzfi_objid* a, const kzfi_objid* b) {
 }
 
 int kzfi_get_install_root(char** root) {
-    const Settings s = settings();
-    if (s.root) {
-        *root = handOut(s.root->c_str(), s.root->size() + 1);
+    const std::optional<std::string> text = textOf(&Settings::root);
+    char* const copy = text ? handOut(text->c_str(), text->size() + 1) : nullptr;
+    if (copy != nullptr) {
+        *root = copy;
     }
     return 0;
 }
 
 int kzfi_get_credential_blob(char** text, size_t* length) {
-    const Settings s = settings();
-    if (s.credentials) {
-        *text = handOut(s.credentials->data(), s.credentials->size());
-        *length = *text != nullptr ? s.credentials->size() : 0;
+    const std::optional<std::string> credentials = textOf(&Settings::credentials);
+    char* const copy = credentials ? handOut(credentials->data(), credentials->size()) : nullptr;
+    if (copy != nullptr) {
+        *text = copy;
+        *length = credentials->size();
     }
     return 0;
 }
 
 int kzfi_is_child_context(void) {
-    return settings().childContext;
+    return withSettings([](const Settings& s) { return s.childContext; });
 }
 
 int kzfi_exec_cmd_in_child_context(const char* command, char** text, size_t* length) {
     *text = nullptr;
     *length = 0;
-    const Settings s = settings();
-    return s.runner != nullptr ? s.runner(command, text, length, s.runnerContext) : 0;
+    const auto [runner, context] =
+        withSettings([](const Settings& s) { return std::make_pair(s.runner, s.runnerContext); });
+    return runner != nullptr ? runner(command, text, length, context) : 0;
 }
 
 // ---- The knobs ----
 
 void kzfi_platform_reset(void) {
-    configure([](Settings& s) { s = Settings(); });
+    withSettings([](Settings& s) { s = Settings(); });
 }
 
 void kzfi_platform_set_install_root(const char* root) {
-    configure([=](Settings& s) {
-        s.root.reset();
-        if (root != nullptr) {
-            s.root = root;
-        }
-    });
+    setText(&Settings::root, root, root != nullptr ? std::strlen(root) : 0);
 }
 
 void kzfi_platform_set_credentials(const char* text, size_t length) {
-    configure([=](Settings& s) {
-        s.credentials.reset();
-        if (text != nullptr) {
-            s.credentials.emplace(text, length);
-        }
-    });
+    setText(&Settings::credentials, text, length);
 }
 
 void kzfi_platform_set_child_context(int child_context) {
-    configure([=](Settings& s) { s.childContext = child_context; });
+    withSettings([=](Settings& s) { s.childContext = child_context; });
 }
 
 void kzfi_platform_set_command_runner(kzfi_platform_command_runner runner, void* context) {
-    configure([=](Settings& s) {
+    withSettings([=](Settings& s) {
         s.runner = runner;
         s.runnerContext = context;
     });
 }
 
 void kzfi_platform_fail_alloc(unsigned long n) {
-    configure([=](Settings& s) { s.failAlloc = n; });
+    withSettings([=](Settings& s) { s.failAlloc = n; });
 }
 
 void kzfi_platform_fail_objid(unsigned long n) {
-    configure([=](Settings& s) { s.failObjid = n; });
+    withSettings([=](Settings& s) { s.failObjid = n; });
 }
 
 kzfi_platform_counts kzfi_platform_get_counts(void) {
-    return settings().counts;
+    return withSettings([](const Settings& s) { return s.counts; });
 }
 
 void kzfi_platform_set_size_reporter(kzfi_platform_size_reporter reporter, void* context) {
-    configure([=](Settings& s) {
+    withSettings([=](Settings& s) {
         s.reporter = reporter;
         s.reporterContext = context;
     });

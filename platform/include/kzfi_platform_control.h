@@ -3,6 +3,7 @@
  * host sets to play the host. Nothing of the kit itself includes this header.
  *
  * Threads: all calls may be made from any thread; a setting holds for the whole process.
+ * Errors: a text that finds no memory counts as null.
  */
 #ifndef KZFI_PLATFORM_CONTROL_H
 #define KZFI_PLATFORM_CONTROL_H

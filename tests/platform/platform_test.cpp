@@ -7,6 +7,7 @@
 #include <thread>
 #include <vector>
 
+#include "diag/failing_memory.h"
 #include "kzfi_platform_control.h"
 
 namespace {
@@ -50,9 +51,9 @@ class Platform : public testing::Test {
 
     // The install root as a caller takes it; "(none)" when it is left alone.
     static std::string installRoot() {
-        char* root = nullptr;
+        char* root = untouched;
         EXPECT_EQ(0, kzfi_get_install_root(&root));
-        if (root == nullptr) {
+        if (root == untouched) {
             return "(none)";
         }
         const std::string result = root;
@@ -61,10 +62,11 @@ class Platform : public testing::Test {
     }
 
     static std::string credentials() {
-        char* text = nullptr;
-        size_t length = 0;
+        char* text = untouched;
+        size_t length = 77;
         EXPECT_EQ(0, kzfi_get_credential_blob(&text, &length));
-        if (text == nullptr) {
+        if (text == untouched) {
+            EXPECT_EQ(77u, length);
             return "(none)";
         }
         const std::string result(text, length);
@@ -75,7 +77,11 @@ class Platform : public testing::Test {
     static kzfi_objid* objid(const char* name) {
         return kzfi_get_objid(name, std::strlen(name) + 1, 3);
     }
+
+    static char untouched[];
 };
+
+char Platform::untouched[] = "untouched";
 
 // ---- Buffers ----
 
@@ -254,21 +260,9 @@ TEST_F(Platform, ComparesMissingObjectIds) {
 
 // ---- Install root and credentials ----
 
-TEST_F(Platform, HandsOutNothingByDefault) {
+TEST_F(Platform, LeavesTheArgumentsAloneByDefault) {
     EXPECT_EQ("(none)", installRoot());
     EXPECT_EQ("(none)", credentials());
-}
-
-TEST_F(Platform, LeavesTheArgumentsAloneWhenThereIsNothing) {
-    char initial[] = "untouched";
-    char* root = initial;
-    char* text = initial;
-    size_t length = 5;
-    kzfi_get_install_root(&root);
-    kzfi_get_credential_blob(&text, &length);
-    EXPECT_EQ(initial, root);
-    EXPECT_EQ(initial, text);
-    EXPECT_EQ(5u, length);
 }
 
 TEST_F(Platform, HandsOutACopyOfTheInstallRoot) {
@@ -300,13 +294,77 @@ TEST_F(Platform, HandsOutTheCredentialsByLength) {
     EXPECT_EQ("(none)", credentials());
 }
 
-TEST_F(Platform, HandsOutNothingWithoutMemory) {
+TEST_F(Platform, LeavesTheArgumentsAloneWithoutMemory) {
     kzfi_platform_set_install_root("/opt");
     kzfi_platform_set_credentials("text", 4);
     kzfi_platform_fail_alloc(1);
     EXPECT_EQ("(none)", installRoot());
     kzfi_platform_fail_alloc(1);
     EXPECT_EQ("(none)", credentials());
+}
+
+// ---- No memory for the stand-in itself ----
+
+const std::string LONG_TEXT(100, 'x');
+
+class PlatformWithoutMemory : public Platform {
+  protected:
+    void SetUp() override {
+        if (!kzfi_tests::controlsAllocations()) {
+            GTEST_SKIP() << "the sanitizer has the allocator to itself";
+        }
+    }
+    ~PlatformWithoutMemory() override { kzfi_tests::allocationFailed(); }
+};
+
+TEST_F(PlatformWithoutMemory, ForgetsTheTextThatItCannotKeep) {
+    kzfi_platform_set_install_root("/opt");
+    kzfi_platform_set_credentials("text", 4);
+    kzfi_tests::failAllocation(1);
+    kzfi_platform_set_install_root(LONG_TEXT.c_str());
+    EXPECT_TRUE(kzfi_tests::allocationFailed());
+    kzfi_tests::failAllocation(1);
+    kzfi_platform_set_credentials(LONG_TEXT.data(), LONG_TEXT.size());
+    EXPECT_TRUE(kzfi_tests::allocationFailed());
+    EXPECT_EQ("(none)", installRoot());
+    EXPECT_EQ("(none)", credentials());
+}
+
+TEST_F(PlatformWithoutMemory, LeavesTheArgumentsAlone) {
+    kzfi_platform_set_install_root(LONG_TEXT.c_str());
+    kzfi_platform_set_credentials(LONG_TEXT.data(), LONG_TEXT.size());
+    for (const int nth : {1, 2}) { // its copy, its ledger
+        char* root = untouched;
+        kzfi_tests::failAllocation(nth);
+        EXPECT_EQ(0, kzfi_get_install_root(&root));
+        EXPECT_TRUE(kzfi_tests::allocationFailed());
+        EXPECT_EQ(untouched, root);
+
+        char* text = untouched;
+        size_t length = 77;
+        kzfi_tests::failAllocation(nth);
+        EXPECT_EQ(0, kzfi_get_credential_blob(&text, &length));
+        EXPECT_TRUE(kzfi_tests::allocationFailed());
+        EXPECT_EQ(untouched, text);
+        EXPECT_EQ(77u, length);
+    }
+    EXPECT_EQ(LONG_TEXT, installRoot());
+    EXPECT_EQ(LONG_TEXT, credentials());
+}
+
+TEST_F(PlatformWithoutMemory, HasNoObjectIdUntilThereIsMemory) {
+    for (int nth = 1;; ++nth) {
+        kzfi_tests::failAllocation(nth);
+        const kzfi_objid* const id = objid(LONG_TEXT.c_str());
+        if (!kzfi_tests::allocationFailed()) {
+            EXPECT_GT(nth, 2);
+            ASSERT_NE(nullptr, id);
+            EXPECT_EQ(LONG_TEXT, id->name);
+            EXPECT_EQ(LONG_TEXT.size() + 1, id->length);
+            break;
+        }
+        EXPECT_EQ(nullptr, id);
+    }
 }
 
 // ---- Child context ----
