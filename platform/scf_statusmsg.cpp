@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ostream>
+#include <string_view>
 
 namespace Orvanta::Stoneleaf::Scf {
 
@@ -55,8 +56,32 @@ void StatusMsg::dereference() {
 
 namespace {
 
-// What stands for a character in element content: also for a carriage return, which a reader would
-// take for a line's end, and for control characters, which XML cannot carry at all.
+// The size of the UTF-8 character that text begins with; 0 when it begins with none, or with one
+// that XML cannot carry.
+std::size_t characterSize(std::string_view text) {
+    static constexpr unsigned SMALLEST[] = {0, 0, 0x80, 0x800, 0x10000};
+    const unsigned lead = static_cast<unsigned char>(text[0]);
+    if (lead < 0x80) {
+        return lead >= ' ' || lead == '\t' || lead == '\n' || lead == '\r' ? 1 : 0;
+    }
+    const std::size_t size = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+    if (lead < 0xC0 || lead >= 0xF8 || size > text.size()) {
+        return 0;
+    }
+    unsigned code = lead & 0x7Fu >> size;
+    for (const char next : text.substr(1, size - 1)) {
+        if ((next & 0xC0) != 0x80) {
+            return 0;
+        }
+        code = code << 6 | (next & 0x3Fu);
+    }
+    const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
+    const bool known = code >= SMALLEST[size] && code <= 0x10FFFF && !surrogate;
+    return known && code != 0xFFFE && code != 0xFFFF ? size : 0;
+}
+
+// What stands for a character of one byte in element content: also for a carriage return, which a
+// reader would take for a line's end.
 std::string escaped(char character) {
     switch (character) {
     case '&':
@@ -67,18 +92,24 @@ std::string escaped(char character) {
         return "&gt;";
     case '\r':
         return "&#13;";
-    case '\t':
-    case '\n':
-        return std::string(1, character);
     default:
-        return std::string(1, static_cast<unsigned char>(character) < ' ' ? '?' : character);
+        return std::string(1, character);
     }
 }
 
-std::string element(const char* name, const std::string& text) {
+// A question mark stands for each byte that belongs to no character of XML.
+std::string element(const char* name, std::string_view text) {
     std::string xml = std::string("<") + name + ">";
-    for (const char character : text) {
-        xml += escaped(character);
+    while (!text.empty()) {
+        const std::size_t size = characterSize(text);
+        if (size == 0) {
+            xml += '?';
+        } else if (size == 1) {
+            xml += escaped(text[0]);
+        } else {
+            xml += text.substr(0, size);
+        }
+        text.remove_prefix(size == 0 ? 1 : size);
     }
     return xml + "</" + name + ">";
 }

@@ -7,8 +7,10 @@
 #include <locale>
 #include <memory>
 #include <sstream>
+#include <string>
 #include <thread>
 #include <type_traits>
+#include <vector>
 
 #include "cfisaxparser.h"
 
@@ -171,6 +173,40 @@ TEST(StatusMsgXmlDoc, PutsQuestionMarksForWhatXmlCannotCarry) {
     EXPECT_THAT(xmlOfText(std::string("\x01 a\0b\x1F", 6)), HasSubstr("<Text>? a?b?</Text>"));
 }
 
+TEST(StatusMsgXmlDoc, PutsQuestionMarksForBytesThatAreNoCharacter) {
+    const struct {
+        const char* text;
+        const char* written;
+    } texts[] = {{"a\xFF"
+                  "b",
+                  "a?b"},
+                 {"\x80", "?"},
+                 {"\xC3", "?"},
+                 {"\xC3(", "?("},
+                 {"\xE2\x82", "??"},
+                 {"\xC1\xBF", "??"},
+                 {"\xE0\x9F\xBF", "???"},
+                 {"\xED\xA0\x80", "???"},
+                 {"\xEF\xBF\xBE", "???"},
+                 {"\xEF\xBF\xBF", "???"},
+                 {"\xF0\x8F\xBF\xBF", "????"},
+                 {"\xF4\x90\x80\x80", "????"},
+                 {"\xF5\x80\x80\x80", "????"},
+                 {"\xFC\x84\x80\x80\x80\x80", "??????"},
+                 {"\xC3\xC3\xA4", "?\xC3\xA4"}};
+    for (const auto& c : texts) {
+        EXPECT_THAT(xmlOfText(c.text), HasSubstr("<Text>" + std::string(c.written) + "</Text>"));
+    }
+}
+
+TEST(StatusMsgXmlDoc, CarriesTheFirstAndLastCharactersOfEachSize) {
+    for (const std::string text :
+         {"\x7F", "\xC2\x80", "\xDF\xBF", "\xE0\xA0\x80", "\xED\x9F\xBF", "\xEE\x80\x80",
+          "\xEF\xBF\xBD", "\xF0\x90\x80\x80", "\xF4\x8F\xBF\xBF"}) {
+        EXPECT_THAT(xmlOfText(text), HasSubstr("<Text>" + text + "</Text>"));
+    }
+}
+
 TEST(StatusMsgXmlDoc, IgnoresTheStreamsFormat) {
     struct Grouping : std::numpunct<char> {
         char do_thousands_sep() const override { return '.'; }
@@ -212,6 +248,7 @@ TEST(StatusMsgXmlDoc, IsReadBackByAnXmlReader) {
                                    "\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80"}) {
         EXPECT_EQ(TextReader().read(xmlOfText(text)), text);
     }
+    EXPECT_EQ(TextReader().read(xmlOfText("a\xFF\xEF\xBF\xBF")), "a????");
 }
 
 // ---- Percent-encoding ----
