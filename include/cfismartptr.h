@@ -19,6 +19,7 @@ namespace kzfi_pdk_4_4 {
 /// Threads: smart pointers take the mutex around the count operations, which are plain; a caller
 /// that counts by hand takes countMutex() itself.
 /// Ownership: an object that never meets a smart pointer is deleted by whoever made it.
+/// Errors: none; the count is not checked and wraps around below 0 and beyond 32 bits.
 class KZFI_PDK_API CFiRefCount {
   public:
     CFiRefCount() : referenceCount(0) {}
@@ -61,13 +62,20 @@ class CFiNullAllocator {};
 ///
 /// Threads: the count of the held object is guarded by that object's mutex; the smart pointer
 /// itself is not guarded, so two threads must not change the same one at once.
+/// Ownership: each smart pointer owns one count; the one that gives the last count back deletes the
+/// object. While the object's destructor runs that smart pointer still holds it: the destructor
+/// must not assign to it, acquire, release or destroy it.
 /// Errors: a mutex that cannot be locked gives -1 and leaves the count untouched. An exception of
 /// an overridden count operation unlocks the mutex before it leaves (out of the destructor it ends
-/// the process).
+/// the process). Nothing is undone: after a failed increment() acquire() and assignment hold the
+/// new object without a count of their own; after a failed decrement() the old one is still held.
+/// When the increment() before the destruction fails, the object is still held and lives on at
+/// count 0: count it by hand before the smart pointer lets go.
 template <class T, class Allocator>
 class CFiSmartPtr {
   public:
-    /// Empty, or holding object after acquire().
+    /// Empty, or holding object after acquire(). When the mutex cannot be locked, or increment()
+    /// throws, object is not held and stays its maker's.
     CFiSmartPtr(T* object = nullptr) : held(nullptr) {
         if (object != nullptr) {
             acquire(object);

@@ -32,7 +32,7 @@ class Witness : public virtual CFiRefCount {
 
     std::uint32_t increment() override {
         events.push_back("increment" + state());
-        if (refuses) {
+        if (refuses || refusesIncrement) {
             throw std::runtime_error("increment refused");
         }
         return CFiRefCount::increment();
@@ -56,6 +56,7 @@ class Witness : public virtual CFiRefCount {
 
     std::function<void()> onDestruction;
     bool refuses = false;
+    bool refusesIncrement = false;
 
   private:
     std::string state() { return isLocked() ? ", locked" : ", unlocked"; }
@@ -437,6 +438,62 @@ TEST_F(SmartPtr, UnlocksAndKeepsThePointerWhenTheDecrementThrows) {
     EXPECT_TRUE(pointer);
     EXPECT_EQ(1u, pointer->getCount());
     pointer->refuses = false;
+}
+
+TEST_F(SmartPtr, HoldsTheObjectAtZeroWhenTheIncrementBeforeItsDestructionThrows) {
+    Witness* const object = make();
+    WitnessPtr pointer(object);
+    object->refusesIncrement = true;
+    happened();
+    EXPECT_THROW(pointer.release(), std::runtime_error);
+    EXPECT_THAT(happened(), ElementsAre("decrement, locked", "increment, locked"));
+    EXPECT_FALSE(object->isLocked());
+    EXPECT_EQ(object, pointer.get());
+    EXPECT_EQ(0u, object->getCount());
+    object->refusesIncrement = false;
+    object->CFiRefCount::increment();
+    EXPECT_EQ(0, pointer.release());
+}
+
+TEST_F(SmartPtr, AssignmentKeepsTheOldObjectWhenItsDecrementThrows) {
+    Witness* const old = make();
+    WitnessPtr pointer(old);
+    const WitnessPtr source(make());
+    old->refuses = true;
+    EXPECT_THROW(pointer = source, std::runtime_error);
+    EXPECT_FALSE(old->isLocked());
+    EXPECT_EQ(old, pointer.get());
+    EXPECT_EQ(1u, old->getCount());
+    EXPECT_EQ(1u, source->getCount());
+    old->refuses = false;
+}
+
+TEST_F(SmartPtr, AssignmentHoldsTheNewObjectWithoutACountWhenItsIncrementThrows) {
+    Events oldEvents;
+    WitnessPtr pointer(new Witness(oldEvents));
+    const WitnessPtr source(make());
+    source->refusesIncrement = true;
+    EXPECT_THROW(pointer = source, std::runtime_error);
+    EXPECT_EQ("destroyed at 1, unlocked", oldEvents.back());
+    EXPECT_FALSE(source->isLocked());
+    EXPECT_EQ(source.get(), pointer.get());
+    EXPECT_EQ(1u, source->getCount());
+    source->refusesIncrement = false;
+    source->CFiRefCount::increment();
+}
+
+TEST_F(SmartPtr, ConstructionLeavesTheObjectToItsMakerWhenItCannotBeCounted) {
+    Witness* const object = make();
+    {
+        const MutexFailure failure(*object);
+        const WitnessPtr pointer(object);
+        EXPECT_FALSE(pointer);
+    }
+    object->refuses = true;
+    EXPECT_THROW(WitnessPtr pointer(object), std::runtime_error);
+    EXPECT_FALSE(object->isLocked());
+    EXPECT_EQ(0u, object->getCount());
+    delete object;
 }
 
 // ---- Ways to derive from the counted base ----
