@@ -16,8 +16,10 @@ namespace kzfi_pdk_4_4 {
 /// characters, classes of characters, letter case and the decimal point follow the C locale that
 /// the process has set.
 ///
-/// Results are new strings. A NUL inside a text ends it for the conversions, the escaping,
-/// searchreplace() and tokenize(); everything else works on the whole length.
+/// Results are new strings. A NUL inside a text ends it for conversions to another type, also those
+/// inside wstr2binary() and wstr2uid(), for tstrdup(), the readers of numbers, tokenize(),
+/// isIpAddress() and the XML escaping both ways; it ends the result of searchreplace(). Everything
+/// else works on the whole length. C strings as arguments end at their NUL.
 ///
 /// Threads: no state; any thread may call while none changes the locale.
 /// Ownership: C buffers that are handed out belong to the caller.
@@ -55,8 +57,9 @@ class KZFI_PDK_API CFiStringTool {
 
     // ---- C buffers ----
 
-    /// A copy with its NUL in a buffer of kzfi_alloc_buf(), of length + 1 bytes or 4 x length + 4;
-    /// null without memory.
+    /// A copy with its NUL in a buffer of kzfi_alloc_buf(); null without memory. The caller gives
+    /// it back with kzfi_free_buf() and its size, length + 1 bytes or, wide, 4 x length + 4, or
+    /// with free(). The length is that of the whole text, in tstrdup() that up to the first NUL.
     static char* strdup(const std::string& text);
     static wchar_t* wstrdup(const std::wstring& text);
     static char* tstrdup(const tstring& text);
@@ -83,9 +86,13 @@ class KZFI_PDK_API CFiStringTool {
     static std::string float2str(float number);
     static std::string bool2str(bool value);
 
-    /// Read the decimal number that text begins with and cut it to the type; a text without one
-    /// gives 0, what follows is ignored. Return 0, or -1 for an empty text, which leaves number
-    /// alone. The unsigned form reads a signed number, kept so on purpose.
+    /// Read the decimal number that text begins with, after blanks; a text without one gives 0,
+    /// what follows is ignored. Return 0, or -1 for an empty text, which leaves number alone.
+    ///
+    /// str2int() and str2uint() both read a long, which stops at its limits, and keep its lower 32
+    /// bits: 4294967297 gives 1. That the unsigned form reads a signed number is kept on purpose.
+    /// str2uint64() stops at the greatest number, and a minus wraps: -1 is the greatest number.
+    /// str2double() reads what strtod() does.
     static int str2int(const std::string& text, int& number);
     static int str2uint(const std::string& text, unsigned int& number);
     static int str2uint64(const std::string& text, unsigned long& number);
@@ -104,8 +111,8 @@ class KZFI_PDK_API CFiStringTool {
 
     /// Bytes from pairs of digits; an odd last digit is ignored, a pair that is no number gives
     /// what strtol reads in it. *outLength is the room in out and becomes the number of bytes
-    /// written. Returns 0, or -1 and changes nothing when the room is too small. The bool is not
-    /// used.
+    /// written. Returns 0, or -1 and changes nothing when the room is too small; a text without a
+    /// pair needs none. The bool is not used.
     static int str2binary(unsigned char* out, int* outLength, const std::string& hex);
     static int wstr2binary(unsigned char* out, int* outLength, std::wstring hex, bool unused);
 

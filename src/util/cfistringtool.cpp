@@ -407,7 +407,7 @@ std::wstring CFiStringTool::binary2wstr(unsigned char* data, int length) {
 
 int CFiStringTool::str2binary(unsigned char* out, int* outLength, const std::string& hex) {
     const std::size_t pairs = hex.size() / 2;
-    if (static_cast<long>(pairs) > *outLength) {
+    if (pairs != 0 && static_cast<long>(pairs) > *outLength) {
         return -1;
     }
     for (std::size_t i = 0; i < pairs; ++i) {

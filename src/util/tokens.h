@@ -14,7 +14,7 @@ class Tokens {
   public:
     Tokens(const char* text, const char* delimiters) : rest(text) {
         for (const char* c = delimiters; *c != '\0'; ++c) {
-            delimiter.set(static_cast<unsigned char>(*c));
+            isDelimiter.set(static_cast<unsigned char>(*c));
         }
     }
 
@@ -31,15 +31,17 @@ class Tokens {
     }
 
   private:
-    std::size_t skip(std::size_t at, bool delimiters) const {
-        while (at < rest.size() && delimiter[static_cast<unsigned char>(rest[at])] == delimiters) {
+    // Where the run of delimiters, or of other characters, that begins at a position ends.
+    std::size_t skip(std::size_t at, bool overDelimiters) const {
+        while (at < rest.size() &&
+               isDelimiter[static_cast<unsigned char>(rest[at])] == overDelimiters) {
             ++at;
         }
         return at;
     }
 
     std::string_view rest;
-    std::bitset<256> delimiter;
+    std::bitset<256> isDelimiter;
 };
 
 } // namespace kzfi_pdk_4_4

@@ -2,6 +2,7 @@
 #include "cfistringtool.h"
 
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 
 #include <climits>
 #include <clocale>
@@ -10,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "diag/failing_memory.h"
 #include "kzfi_platform_control.h"
 
 namespace {
@@ -222,7 +224,8 @@ TEST(StringToolDuplicates, CopyTextsIntoBuffersOfTheHost) {
     EXPECT_EQ(withNul(withNul("ab", "cd"), ""), taken(Tool::strdup(withNul("ab", "cd")), 5));
     EXPECT_EQ(withNul("text", ""), taken(Tool::tstrdup(tstring("text")), 4));
     EXPECT_EQ(withNul("", ""), taken(Tool::tstrdup(tstring()), 0));
-    EXPECT_EQ(5u, buffers.taken());
+    EXPECT_EQ(withNul("ab", ""), taken(Tool::tstrdup(tstring("ab\0cd", 5)), 2));
+    EXPECT_EQ(6u, buffers.taken());
     EXPECT_TRUE(buffers.settled());
 }
 
@@ -282,6 +285,22 @@ TEST(StringToolDuplicates, OfListsAreNullWhenAnElementHasNoMemory) {
         kzfi_platform_fail_alloc(failing);
         EXPECT_EQ(nullptr, Tool::tstrduplist({tstring("one"), tstring("two"), tstring("three")}));
     }
+}
+
+TEST(StringToolDuplicates, OfListsAreNullWhenTheListHasNoMemory) {
+    if (!kzfi_tests::controlsAllocations()) {
+        GTEST_SKIP() << "the sanitizer has the allocator to itself";
+    }
+    // 8 MB of pointers, which malloc has to ask the system for.
+    const std::vector<tstring> texts(1000000);
+    rlimit before;
+    ASSERT_EQ(0, getrlimit(RLIMIT_AS, &before));
+    const rlimit none = {0, before.rlim_max};
+    ASSERT_EQ(0, setrlimit(RLIMIT_AS, &none));
+    char** list = Tool::tstrduplist(texts);
+    ASSERT_EQ(0, setrlimit(RLIMIT_AS, &before));
+    EXPECT_EQ(nullptr, list);
+    Tool::tstrfreelist(list);
 }
 
 // ---- Numbers ----
@@ -353,6 +372,29 @@ TEST(StringToolNumbers, ReadsLongIntegers) {
     EXPECT_EQ(12u, number);
     EXPECT_EQ(0, Tool::str2uint64("none", number));
     EXPECT_EQ(0u, number);
+    EXPECT_EQ(0, Tool::str2uint64("-1", number));
+    EXPECT_EQ(ULONG_MAX, number);
+}
+
+TEST(StringToolNumbers, ReadsUpToTheFirstNul) {
+    int number = 77;
+    unsigned int unsignedNumber = 77;
+    unsigned long longNumber = 77;
+    double realNumber = 77;
+    EXPECT_EQ(0, Tool::str2int(withNul("12", "34"), number));
+    EXPECT_EQ(0, Tool::str2uint(withNul("12", "34"), unsignedNumber));
+    EXPECT_EQ(0, Tool::str2uint64(withNul("12", "34"), longNumber));
+    EXPECT_EQ(0, Tool::str2double(withNul("1.5", "34"), realNumber));
+    EXPECT_EQ(12, number);
+    EXPECT_EQ(12u, unsignedNumber);
+    EXPECT_EQ(12u, longNumber);
+    EXPECT_EQ(1.5, realNumber);
+    EXPECT_EQ(12, Tool::str2int(withNul("12", "34")));
+    EXPECT_EQ(12u, Tool::str2uint(withNul("12", "34")));
+    EXPECT_EQ(1.5, Tool::str2double(withNul("1.5", "34")));
+    // Not empty: it has a character.
+    EXPECT_EQ(0, Tool::str2int(withNul("", "34"), number));
+    EXPECT_EQ(0, number);
 }
 
 TEST(StringToolNumbers, ReadsRealNumbers) {
@@ -435,6 +477,11 @@ TEST(StringToolHex, RefusesTooLittleRoom) {
     EXPECT_THAT(bytesOf("abcde", 1), ElementsAre(-1));
 }
 
+TEST(StringToolHex, NeedsNoRoomForFewerThanTwoDigits) {
+    EXPECT_THAT(bytesOf("", -1), IsEmpty());
+    EXPECT_THAT(bytesOf("a", -1), IsEmpty());
+}
+
 TEST(StringToolHex, ReadsPairsThatAreNoDigitsAsStrtolDoes) {
     EXPECT_THAT(bytesOf("zz", 1), ElementsAre(0x00));
     EXPECT_THAT(bytesOf(" 1", 1), ElementsAre(0x01));
@@ -455,6 +502,14 @@ TEST(StringToolHex, ReadsWideDigits) {
         length = 1;
         EXPECT_EQ(-1, Tool::wstr2binary(out, &length, L"0aF0", either));
     }
+}
+
+TEST(StringToolHex, ReadsWideDigitsUpToTheFirstNul) {
+    unsigned char out[2] = {};
+    int length = 2;
+    EXPECT_EQ(0, Tool::wstr2binary(out, &length, std::wstring(L"0a\0f0", 5), false));
+    EXPECT_EQ(1, length);
+    EXPECT_EQ("000241", Tool::wstr2uid(2, std::wstring(L"A\0B", 3)));
 }
 
 TEST(StringToolHex, WritesIdentifiers) {
@@ -547,6 +602,14 @@ TEST(StringToolCase, FoldsLetters) {
     EXPECT_EQ(L"", Tool::tostrlower(std::wstring()));
 }
 
+TEST(StringToolCase, FollowsTheLocale) {
+    const InLocale c("C");
+    EXPECT_EQ(L"A\u00e4", Tool::tostrupper(std::wstring(L"a\u00e4")));
+    EXPECT_EQ(L"a\u00c4", Tool::tostrlower(std::wstring(L"A\u00c4")));
+    EXPECT_FALSE(Tool::CompareNoCase(std::wstring(L"\u00c4"), std::wstring(L"\u00e4")));
+    EXPECT_TRUE(Tool::CompareNoCase(std::wstring(L"\u00e4B"), std::wstring(L"\u00e4b")));
+}
+
 TEST(StringToolCase, LeavesBytesOfMultibyteCharactersAlone) {
     EXPECT_EQ(UMLAUTS, Tool::tostrupper(UMLAUTS));
     EXPECT_EQ(NOT_UTF8, Tool::tostrlower(NOT_UTF8));
@@ -598,6 +661,7 @@ TEST(StringToolTests, KnowsAddresses) {
     for (const char* text : {"", "10.0.0", "10.0.0.1.5", "10.0.0.x", "10.0.0. 1", "....", "::1"}) {
         EXPECT_FALSE(Tool::isIpAddress(text)) << text;
     }
+    EXPECT_TRUE(Tool::isIpAddress(withNul("1.2.3.4", "x")));
 }
 
 TEST(StringToolTokens, SplitsAtDelimiters) {
