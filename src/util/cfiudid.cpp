@@ -27,11 +27,14 @@ CFiUdid::CFiUdid(const tstring& text) : fourFieldFlag(0), prefix(PREFIX) {
     parse(CFiStringTool::tstr2str(text));
 }
 
-void CFiUdid::parse(const std::string& text) {
+void CFiUdid::parse(const std::string& argument) {
+    // A copy: the argument may be one of the fields.
+    const std::string text = argument;
     field1.clear();
     field2.clear();
     field3.clear();
     field4.clear();
+    // The field, where getUdidString() prints the constant: kept so on purpose.
     const std::size_t start = text.find(prefix);
     if (start == std::string::npos) {
         throw CFiUdidException(text, CFiUdidException::NO_PREFIX);

@@ -102,6 +102,31 @@ TEST(Udid, ParsesAgain) {
     expectFields(id, "e", "f", "", "g");
 }
 
+TEST(Udid, ParsesOneOfItsOwnFields) {
+    CFiUdid id = udid("UDID##a##b##c##UDID##e##f##g");
+    expectFields(id, "a", "b", "c", "UDID##e##f##g");
+    id.parse(id.field4);
+    expectFields(id, "e", "f", "", "g");
+}
+
+TEST(Udid, TellsTheTextOfARefusedFieldOfItsOwn) {
+    CFiUdid id = udid("UDID##a##b##c##d");
+    try {
+        id.parse(id.field4);
+        FAIL() << "taken";
+    } catch (const CFiUdidException& refused) {
+        EXPECT_EQ("d", refused.udid);
+    }
+}
+
+TEST(Udid, SearchesThePrefixFieldAndPrintsTheFixedOne) {
+    CFiUdid id = udid("UDID##a##b##c");
+    id.prefix = "LUN##";
+    id.parse("UDID##x LUN##e##f##g");
+    EXPECT_EQ("e", id.field1);
+    EXPECT_EQ("UDID##E##F####G", id.getUdidString());
+}
+
 TEST(Udid, KeepsTheFlagOnceSet) {
     CFiUdid id = udid("UDID##a##b##c##d");
     id.parse("UDID##a##b##c");
