@@ -1,13 +1,18 @@
 // Field order and virtual slots of the exported classes, measured from what the compiler made.
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <cstring>
 #include <vector>
 
+#include "cficonfigparam.h"
 #include "cfierrormgr.h"
+#include "cfiformatoption.h"
 #include "cfiicucatalog.h"
 #include "cfipluginbase.h"
 #include "cfiplugininterposer.h"
 #include "cfiprivatedata.h"
+#include "cfiudid.h"
 #include "layout/virtual_slots.h"
 
 extern "C" std::size_t kzfi_tests_domain_size(void);
@@ -58,6 +63,23 @@ TEST(RefCountLayout, SlotsFollowTheDestructorPair) {
         2);
 }
 
+TEST(RefCountLayout, TheCountStandsBeforeTheMutex) {
+    CFiRefCount object;
+    object.increment();
+    std::uint32_t count = 0;
+    std::memcpy(&count, reinterpret_cast<const char*>(&object) + sizeof(void*), sizeof count);
+    EXPECT_EQ(count, 1u);
+    EXPECT_EQ(offsetIn(object, object.countMutex()),
+              static_cast<std::ptrdiff_t>(2 * sizeof(void*)));
+}
+
+TEST(UdidLayout, FieldsAreInOrder) {
+    const CFiUdid id(tstring("UDID##a##b##c"));
+    expectOrder({FIELD(id, field1), FIELD(id, field2), FIELD(id, field3), FIELD(id, field4),
+                 FIELD(id, spareText), FIELD(id, fourFieldFlag), FIELD(id, prefix)});
+    EXPECT_EQ(offsetIn(id, id.field1), 0);
+}
+
 TEST(TraceableLayout, SlotFollowsTheDestructorPair) {
     EXPECT_EQ(slotOf(&CFiTraceable::registerTraceLog), 2);
 }
@@ -76,6 +98,25 @@ TEST(ErrorLayout, FieldsAreInOrder) {
     expectOrder({FIELD(error, errorCode), FIELD(error, message), FIELD(error, sourceFile),
                  FIELD(error, lineNumber), FIELD(error, functionName)});
     EXPECT_EQ(offsetIn(error, error.errorCode), static_cast<std::ptrdiff_t>(sizeof(void*)));
+}
+
+TEST(ConfigParamLayout, FieldsAreInOrder) {
+    const CFiConfigParamInfo info;
+    expectOrder({FIELD(info, key), FIELD(info, messageId), FIELD(info, dataType),
+                 FIELD(info, usageType), FIELD(info, isSharedParam), FIELD(info, selectionList),
+                 FIELD(info, defaultValue), FIELD(info, rangeMin), FIELD(info, rangeMax)});
+    EXPECT_EQ(offsetIn(info, info.key), 0);
+    const CFiConfigParamData data;
+    expectOrder({FIELD(data, key), FIELD(data, value), FIELD(data, valueList),
+                 FIELD(data, auxText)});
+    EXPECT_EQ(offsetIn(data, data.key), 0);
+}
+
+TEST(FormatOptionLayout, FieldsAreInOrder) {
+    const CFiFormatOption option;
+    expectOrder({FIELD(option, key), FIELD(option, value), FIELD(option, valueList),
+                 FIELD(option, auxText)});
+    EXPECT_EQ(offsetIn(option, option.key), 0);
 }
 
 TEST(MessageLayout, SlotsFollowThoseOfTheCount) {

@@ -62,6 +62,8 @@ static_assert(KZFI_INTERPOSE_NONE == 0 && KZFI_INTERPOSE_DONE == 1, "answers of 
 static_assert(KZFI_CONFIG_GET == 1 && KZFI_CONFIG_SET == 2 && KZFI_CONFIG_CLEAR == 3 &&
                   KZFI_CONFIG_GETPARAM == 4 && KZFI_CONFIG_SET_AGAIN == 5,
               "configuration modes");
+static_assert(KZFI_PROVIDERSTATE_PRODUCE == 1, "what processProviderState is asked for");
+static_assert(KZFI_SNAPSHOT_STATUS_DEFAULT == 8, "state of a snapshot");
 static_assert(KZFI_NODE_READY == 0x8 && KZFI_NODE_ACCESS_DISABLED == 0x40, "node flags");
 static_assert(KZFI_IMPORT == 0x1 && KZFI_IMPORT_VARIANT == 0x2 && KZFI_IMPORT_DECLINED == 0x4,
               "import bits");
