@@ -20,7 +20,8 @@ struct TracedLine {
     }
 };
 
-/// Collects what is written to its log; one capture at a time.
+/// Collects what is written to its log; one capture at a time. Nothing guards the lines: only the
+/// thread that has the capture may trace meanwhile.
 class TraceCapture {
   public:
     explicit TraceCapture(int level = 6) : traceLog(new kzfi_pdk_4_4::CFiTraceLog) {
