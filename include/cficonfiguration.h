@@ -16,16 +16,17 @@ namespace kzfi_pdk_4_4 {
 /// Named sections that hold named integers and texts, loaded from and saved to one file in ACE's
 /// registry format.
 ///
-///     CFiConfiguration configuration("myplugin"); // <install
-///     root>/lib/kzfi/configfiles/myplugin.conf ACE_Configuration_Section_Key key; if
-///     (configuration.openSection("LIMITS", key, 1) == 0) {
+///     CFiConfiguration configuration("myplugin");
+///     ACE_Configuration_Section_Key key;
+///     if (configuration.openSection("LIMITS", key, 1) == 0) {
 ///         configuration.setIntegerValue("MAXSNAPSHOTS", 16);
 ///     }
 ///     configuration.exportConfig(); // nothing is saved by itself
 ///
-/// The value operations act on the current section, which is the one opened last. Names are not
-/// case-sensitive; a backslash in a section's name separates levels. Values of the root section are
-/// not saved.
+/// The value operations act on the current section, which is the one opened last. Names of values
+/// are not case-sensitive. A section is opened by the name it was made with only, and none can be
+/// made beside it whose name differs in case alone. A backslash in a section's name separates
+/// levels. Values of the root section are not saved.
 ///
 /// Threads: one thread at a time.
 /// Ownership: holds everything by value.
@@ -53,7 +54,10 @@ class KZFI_PDK_API CFiConfiguration : public virtual CFiError, public virtual CF
     /// directory or the file does not exist, or ACE's status.
     int importConfig(const char* dir, const char* file);
 
-    /// Saves all sections to the file. Returns ACE's status.
+    /// Saves all sections to the file, with the mode that the umask leaves. Returns ACE's status.
+    /// The file is emptied and written anew in place, so that another process that imports it
+    /// meanwhile may see a part of it; while it is open a child started by another thread inherits
+    /// its descriptor, as during an import.
     int exportConfig();
 
     /// The store itself.
@@ -72,13 +76,15 @@ class KZFI_PDK_API CFiConfiguration : public virtual CFiError, public virtual CF
     std::vector<tstring> enumerateSections();
 
     /// Read and write values of the current section. A value that is missing, or of the other kind,
-    /// gives -1 and leaves the output alone.
+    /// gives -1 and leaves the output alone. A text is saved as it is: what follows a line break in
+    /// it is read back as a line of its own, even as another value or section.
     int getIntegerValue(const char* name, unsigned int& value);
     int setIntegerValue(const char* name, unsigned int value);
     int getStringValue(const char* name, tstring& value);
     int setStringValue(const char* name, const tstring& value);
 
-    /// Make the section of the root current, creating it when missing, and read a value of it.
+    /// Make the section of the root current, creating it when missing, and read a value of it. When
+    /// the section cannot be opened, its status is returned and value left alone.
     int getIntegerValue(const char* section, const char* name, unsigned int& value);
     int getStringValue(const char* section, const char* name, tstring& value);
 

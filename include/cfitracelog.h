@@ -33,12 +33,15 @@ struct TraceOutput;
 /// file is looked at again whenever it can matter, so no restart is needed. With an error manager
 /// linked, its handlers get every line, also those that the level keeps out of the file.
 ///
-/// Threads: trace() and the log handler calls may be made from any thread and take no lock; each
-/// line is one write to a file opened for appending. initialize() and setErrorManager() come before
-/// that, the log handler must stand several threads.
+/// Threads: trace() and the log handler calls may be made from any thread. trace() has no lock of
+/// its own; each line is one write to a file opened for appending. initialize() and
+/// setErrorManager() come before that. The log handler must stand several threads, and may still be
+/// running in another one after unregisterLogHandler().
 /// Ownership: one count of the error manager. No file is held open between two lines.
-/// Errors: a line that cannot be written is dropped; nothing is thrown. What goes wrong with the
-/// trace file itself is told on standard output.
+/// Errors: without memory or a file that can be opened a line is dropped silently. What a log or
+/// error handler throws passes out of trace(), and with runtime update what reading the
+/// configuration throws; a log handler that throws leaves the error manager without its copy. What
+/// goes wrong while the trace file is made is told on standard output.
 class KZFI_PDK_API CFiTraceLog : public virtual CFiRefCount {
   public:
     /// Receives one line, without a line end, and its level.
@@ -54,11 +57,13 @@ class KZFI_PDK_API CFiTraceLog : public virtual CFiRefCount {
     /// makes today's file.
     ///
     /// With dir and file both given, they and level are first stored in the configuration file, and
-    /// TRACESTDOUT and TRACERUNTIMEUPDATE are set to 0 there. With either of them empty the
-    /// configuration file alone decides; what it lacks is completed with the default location
-    /// (/usr/tarnex/stoneleaf/logs/kwfis/, NAME.log), level and echo. A log whose section or level
-    /// had to be completed in this way stays off, and the next one is on. With echo, lines go to
-    /// standard output as well; the configuration can switch that on, not off.
+    /// TRACESTDOUT and TRACERUNTIMEUPDATE are set to 0 there; a text with control characters is not
+    /// stored. With either of them empty the configuration file alone decides; what it lacks is
+    /// completed with the default location (/usr/tarnex/stoneleaf/logs/kwfis/, NAME.log), level and
+    /// echo, a whole section that is missing with echo 0. A log whose section or level had to be
+    /// completed in this way stays off, and the next one is on. With echo, lines go to standard
+    /// output as well; the configuration can switch that on, not off. Nothing is thrown by reading
+    /// and storing the settings.
     void initialize(const tstring& name, tstring dir, tstring file, int level, bool echo);
 
     /// Writes one line when the level lets it through, and hands a copy to the error manager. A
@@ -86,11 +91,13 @@ class KZFI_PDK_API CFiTraceLog : public virtual CFiRefCount {
     void initTraceSettings(tstring& dir, tstring& file, int& level);
     void loadFromConfigFile(tstring& dir, tstring& file, int& level);
 
-    /// Stores all five keys, the last two as 0, and saves the configuration file.
+    /// Stores all five keys, the last two as 0, and saves the configuration file. A text with
+    /// control characters is skipped: its line breaks would be read back as further keys.
     void updateConfigFile(const tstring& dir, const tstring& file, const int& level);
 
-    /// Reads the level from the configuration file, as it stands there. A file without the key
-    /// leaves the level alone; without the section it becomes 1.
+    /// Reads the level from the configuration file, as it stands there. A missing file, section or
+    /// key leaves the level alone; it becomes 1 only when the section can be neither opened nor
+    /// made.
     void updateTraceLevelFromConfigFile();
 
     /// Directory (with its slash) and name of the product's main configuration file. Returns 0.
@@ -101,8 +108,10 @@ class KZFI_PDK_API CFiTraceLog : public virtual CFiRefCount {
 
     /// Reads the verbose level of the file dir + file: the number behind the first "=" of the first
     /// line that holds "KWFIS_VERBOSE", or of the first that holds "VERBOSE" when no line holds the
-    /// longer word; comments count. Returns 0, or, with level left alone, 1 when there is no such
-    /// line or number in it and 26 when the file cannot be opened.
+    /// longer word; comments count. Key and number are looked for in pieces of 254 characters of a
+    /// line, each up to its first NUL. Returns 0, or, with level left alone, 1 when there is no
+    /// such line or number in it, as in all that is no regular file, and 26 when the file cannot be
+    /// opened.
     static int getKwfisTraceLevel(tstring& dir, tstring& file, int& level);
 
   private:
@@ -146,7 +155,8 @@ class KZFI_PDK_API CFiTraceLog : public virtual CFiRefCount {
 ///
 /// Threads: used by the thread that made it.
 /// Ownership: a count of the log while it lives; the texts stay the caller's.
-/// Errors: none. Without a log, function name or file name nothing is traced.
+/// Errors: the constructor lets through what trace() throws, the destructor nothing. Without a log,
+/// function name or file name nothing is traced.
 class KZFI_PDK_API CFiTraceLogFunction {
   public:
     /// Lines name the part of sourcePath behind its last slash; for a path without a slash they

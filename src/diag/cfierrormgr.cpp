@@ -1,11 +1,10 @@
 #include "cfierrormgr.h"
 
-#include <pthread.h>
-
 #include <cstdint>
 
 #include "cfistringtool.h"
 #include "kzfi_portable.h"
+#include "util/threadid.h"
 
 namespace kzfi_pdk_4_4 {
 
@@ -63,15 +62,6 @@ std::string CFiMessage::getMessageId() {
 
 CFiErrorHandlerBase::~CFiErrorHandlerBase() = default;
 
-namespace {
-
-// Cut to 32 bits on purpose, as the keys of the map are.
-unsigned int callingThread() {
-    return static_cast<unsigned int>(pthread_self());
-}
-
-} // namespace
-
 CFiErrorManager::CFiErrorManager() : handlerCount(0) {}
 
 // The messages die while all members live: their destructors may call the manager, even push.
@@ -123,7 +113,7 @@ void CFiErrorManager::keep(const CFiMessagePtr& message) {
     // Outlives the guard: the last message may die here, and its destructor may call the manager.
     CFiMessagePtr previous;
     const std::lock_guard<std::mutex> guard(mutex);
-    CFiMessagePtr& entry = lastErrors[callingThread()];
+    CFiMessagePtr& entry = lastErrors[threadId()];
     previous = entry;
     entry = message;
 }
@@ -132,7 +122,7 @@ kfi_msg_info* CFiErrorManager::getLastError() {
     CFiMessagePtr message;
     {
         const std::lock_guard<std::mutex> guard(mutex);
-        const auto entry = lastErrors.find(callingThread());
+        const auto entry = lastErrors.find(threadId());
         if (entry != lastErrors.end()) {
             message = entry->second;
         }
@@ -143,7 +133,7 @@ kfi_msg_info* CFiErrorManager::getLastError() {
 void CFiErrorManager::deleteLastError(kfi_msg_info** /*info*/) {
     CFiMessagePtr previous;
     const std::lock_guard<std::mutex> guard(mutex);
-    const auto entry = lastErrors.find(callingThread());
+    const auto entry = lastErrors.find(threadId());
     if (entry != lastErrors.end()) {
         previous = entry->second;
         entry->second = CFiMessagePtr();

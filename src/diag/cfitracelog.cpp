@@ -260,8 +260,8 @@ bool CFiTraceLog::isChecked(const TraceTime& time) const {
 
 FileDescriptor CFiTraceLog::openNewDay(const TraceTime& time, const std::string& path) {
     FileDescriptor file = openChecked(path.c_str());
+    // For whoever looks at a core dump; the log itself reads neither of the two.
     traceDate = time.date().c_str();
-    // Read by nobody but people who look at a core dump.
     tracePath = path.c_str();
     checkedDay.store(time.day(), std::memory_order_release);
     return file;

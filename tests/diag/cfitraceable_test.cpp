@@ -5,8 +5,10 @@
 #include <type_traits>
 
 #include "cfitracelog.h"
+#include "count_of.h"
 
 using namespace kzfi_pdk_4_4;
+using kzfi_tests::countOf;
 
 static_assert(!std::is_copy_constructible<CFiTraceable>::value, "");
 static_assert(!std::is_copy_assignable<CFiTraceable>::value, "");
@@ -31,12 +33,6 @@ class CountedLog : public CFiTraceLog {
 class CFiTraceableTest : public testing::Test {
   protected:
     CFiTraceLogPtr makeLog(bool& gone) { return CFiTraceLogPtr(new CountedLog(gone)); }
-    static std::uint32_t countOf(const CFiTraceLogPtr& log) {
-        log->countMutex().acquire();
-        const std::uint32_t count = log->getCount();
-        log->countMutex().release();
-        return count;
-    }
 
     bool firstGone = false;
     bool secondGone = false;

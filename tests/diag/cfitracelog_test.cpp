@@ -31,7 +31,6 @@ using kzfi_tests::writeFile;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::Not;
 namespace fs = std::filesystem;
 
 namespace {

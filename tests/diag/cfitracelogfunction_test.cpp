@@ -6,9 +6,11 @@
 #include <vector>
 
 #include "cfitracelog.h"
+#include "count_of.h"
 #include "support/trace_capture.h"
 
 using namespace kzfi_pdk_4_4;
+using kzfi_tests::countOf;
 using kzfi_tests::TraceCapture;
 using kzfi_tests::TracedLine;
 using testing::ElementsAre;
@@ -16,13 +18,6 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 namespace {
-
-std::uint32_t countOf(const CFiTraceLogPtr& log) {
-    log->countMutex().acquire();
-    const std::uint32_t count = log->getCount();
-    log->countMutex().release();
-    return count;
-}
 
 class CFiTraceLogFunctionTest : public testing::Test {
   protected:

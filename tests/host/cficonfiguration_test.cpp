@@ -4,11 +4,14 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <stdexcept>
 #include <string>
 #include <type_traits>
 
+#include "diag/failing_memory.h"
 #include "support/product_paths.h"
 #include "support/temp_dir.h"
+#include "support/throwing_host.h"
 
 using namespace kzfi_pdk_4_4;
 using kzfi_tests::readFile;
@@ -169,6 +172,40 @@ TEST_F(CFiConfigurationTest, NameWhoseFolderCannotBeMadeOnlyRecords) {
     CFiConfiguration configuration("plugin");
     expectFailure(configuration, -1, NO_DIRECTORY);
     EXPECT_FALSE(fs::exists(temp.path("missing")));
+}
+
+TEST_F(CFiConfigurationTest, NameDiscardsWhatTheHostThrows) {
+    kzfi_tests::throwCFiErrorFromHost(1);
+    CFiConfiguration configuration("plugin");
+    expectNoFailure(configuration);
+    EXPECT_EQ(0, open(configuration, "S")) << "the store is open";
+
+    kzfi_tests::throwRuntimeErrorFromHost(1);
+    EXPECT_THROW(CFiConfiguration("plugin"), std::runtime_error) << "only the kit's own errors";
+}
+
+TEST_F(CFiConfigurationTest, HeapThatCannotBeOpenedIsRecorded) {
+    if (!kzfi_tests::controlsAllocations()) {
+        GTEST_SKIP() << "the sanitizer owns the allocator";
+    }
+    write("a.conf", "[S]\n");
+    const std::string folder = dir();
+    bool failed = false;
+    // Up to the first that matters: the heap does not survive all of them.
+    for (int allocation = 1; !failed && allocation <= 10; ++allocation) {
+        kzfi_tests::failAllocation(allocation);
+        const CFiConfiguration configuration(folder.c_str(), "a.conf", false);
+        kzfi_tests::allocationFailed();
+        failed = configuration.errorCode != 0;
+        if (failed) {
+            EXPECT_EQ(-1, configuration.errorCode);
+            EXPECT_STREQ("Failed to open configuration heap", configuration.what());
+            EXPECT_STREQ("cficonfiguration", configuration.sourceFile.c_str());
+            EXPECT_STREQ("CFiConfiguration", configuration.functionName.c_str());
+            EXPECT_LT(0, configuration.lineNumber);
+        }
+    }
+    EXPECT_TRUE(failed);
 }
 
 TEST_F(CFiConfigurationTest, NameOverADamagedFileRewritesIt) {
@@ -343,6 +380,21 @@ TEST_F(CFiConfigurationTest, ExportIsReadBack) {
     EXPECT_EQ("say \"hello\"", text(copy, "t"));
     ASSERT_EQ(0, open(copy, "ONE\\TWO", 0));
     EXPECT_EQ(7, number(copy, "n"));
+}
+
+TEST_F(CFiConfigurationTest, LineBreakInATextIsReadBackAsFurtherLines) {
+    CFiConfiguration configuration(dir().c_str(), "a.conf", false);
+    open(configuration, "S");
+    configuration.setStringValue("k", "v\"\n\"more\"=\"x\"\n[T]\n\"of T\"=\"y");
+    ASSERT_EQ(0, configuration.exportConfig());
+
+    CFiConfiguration copy(dir().c_str(), "a.conf", true);
+    EXPECT_THAT(rootSections(copy), UnorderedElementsAre("S", "T"));
+    open(copy, "S", 0);
+    EXPECT_EQ("v", text(copy, "k"));
+    EXPECT_EQ("x", text(copy, "more"));
+    open(copy, "T", 0);
+    EXPECT_EQ("y", text(copy, "of T"));
 }
 
 TEST_F(CFiConfigurationTest, ExportIntoAMissingFolderFails) {

@@ -257,4 +257,14 @@ INSTANTIATE_TEST_SUITE_P(
                     DeviceKey{"luns", CFiConfigurationPathTool::getLunKey}),
     [](const testing::TestParamInfo<DeviceKey>& cache) { return std::string(cache.param.folder); });
 
+TEST_F(CFiConfigurationPathToolTest, DeviceKeyMayReplaceItsUdid) {
+    const std::string root = useFreshRoot();
+    const tstring udid("UDID##VENDOR##ARRAY##ARR01##LUN7");
+    tstring expected;
+    CFiConfigurationPathTool::getDevKey(udid, expected);
+    tstring same(udid);
+    EXPECT_EQ(0, CFiConfigurationPathTool::getDevKey(same, same));
+    EXPECT_STREQ(expected.c_str(), same.c_str());
+}
+
 } // namespace
