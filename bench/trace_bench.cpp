@@ -22,7 +22,6 @@ using namespace kzfi_pdk_4_4;
 namespace fs = std::filesystem;
 
 const char MAIN_FILE[] = "/usr/tarnex/stoneleaf/kw.conf";
-const char TRACE_FOLDER[] = "/tmp/kzfi-trace-bench";
 const int LEVEL = 3;
 const int ABOVE_LEVEL = 6;
 
@@ -44,24 +43,27 @@ void setMainFile(MainFile kind) {
     std::ofstream(MAIN_FILE) << text << '\n';
 }
 
-/// A log that traces at LEVEL into a file below /tmp.
+/// A log that traces at LEVEL into a file of a fresh folder.
 class TracedFolder {
   public:
     TracedFolder() {
-        fs::remove_all(TRACE_FOLDER);
-        fs::create_directories(std::string(TRACE_FOLDER) + "/lib/kzfi");
-        kzfi_platform_set_install_root(TRACE_FOLDER);
-        log.initialize("bench", TRACE_FOLDER, "t", LEVEL, false);
+        if (mkdtemp(path) == nullptr) {
+            std::perror("no temporary folder");
+            std::exit(1);
+        }
+        fs::create_directories(std::string(path) + "/lib/kzfi");
+        kzfi_platform_set_install_root(path);
+        log.initialize("bench", path, "t", LEVEL, false);
     }
     TracedFolder(const TracedFolder&) = delete;
     TracedFolder& operator=(const TracedFolder&) = delete;
-    ~TracedFolder() { fs::remove_all(TRACE_FOLDER); }
+    ~TracedFolder() { fs::remove_all(path); }
 
     void trace(int level) {
         log.trace(level, "INFO: %s: %d of %d devices mapped", "ARRAY01", 3, 7);
     }
     std::string file() const {
-        for (const auto& entry : fs::directory_iterator(TRACE_FOLDER)) {
+        for (const auto& entry : fs::directory_iterator(path)) {
             if (entry.is_regular_file()) {
                 return entry.path();
             }
@@ -79,6 +81,7 @@ class TracedFolder {
     }
 
   private:
+    char path[24] = "/tmp/kzfi-bench-XXXXXX";
     CFiTraceLog log;
 };
 
