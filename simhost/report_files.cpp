@@ -65,7 +65,7 @@ std::string joined(const std::vector<std::string>& lines) {
 
 /// All differences of a stage in one text.
 std::string differences(const Stage& stage) {
-    std::string text;
+    std::string text = stage.reason.empty() ? "" : stage.reason + "\n";
     for (const Mismatch& mismatch : stage.mismatches) {
         text += mismatch.what + "\nexpected: " + mismatch.expected +
                 "\nactual: " + mismatch.actual + "\n";

@@ -124,6 +124,7 @@ class Runner {
         stage.seconds = event["seconds"].get<double>();
         stage.outcome = Outcome::fromJson(event["outcome"]);
         stage.mismatches = compare(stage.expect, *stage.outcome);
+        stage.reason = stage.outcome->notCalled;
         if (&stage == &report.stages.back()) {
             judgeUnloading(stage);
         }

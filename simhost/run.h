@@ -37,7 +37,7 @@ struct Stage {
     std::optional<Outcome> outcome;
     double seconds = 0;
     std::vector<Mismatch> mismatches;
-    std::string reason; ///< of a crash, an exit or a hang
+    std::string reason; ///< of a crash, an exit or a hang, or why there was no call
     std::string note;   ///< what is worth knowing though nothing failed
 };
 

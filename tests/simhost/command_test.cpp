@@ -137,16 +137,19 @@ TEST_F(CommandTest, AFileThatCannotBeWrittenIsRefused) {
 }
 
 TEST_F(CommandTest, ANodeThatNoStepBroughtIsReportedAndTheRunGoesOn) {
-    const CommandResult result = simhost.run("rogue", "nodes: [{name: a}]\n"
-                                                      "steps:\n"
-                                                      "  - interpose\n"
-                                                      "  - supportsFiType: {node: b}\n"
-                                                      "  - postDeport\n");
+    const CommandResult result = simhost.run("rogue",
+                                             "nodes: [{name: a}]\n"
+                                             "steps:\n"
+                                             "  - interpose\n"
+                                             "  - supportsFiType: {node: b}\n"
+                                             "  - postDeport\n",
+                                             {"--junit", simhost.path("r.xml")});
     EXPECT_EQ(result.status, 1);
-    EXPECT_THAT(result.out, ContainsRegex("failed +supportsFiType b .*" + simhost.scenario() +
-                                          ":5\n.*call\n.*\n.*none: node: there is no node 'b'; "
-                                          "known: a\n"));
+    EXPECT_THAT(result.out, ContainsRegex("failed +supportsFiType b +- .*" + simhost.scenario() +
+                                          ":5\n +node: there is no node 'b'; known: a\n"));
     EXPECT_THAT(result.out, HasSubstr("6 passed, 1 failed"));
+    EXPECT_THAT(readFile(simhost.path("r.xml")),
+                HasSubstr("node: there is no node &#39;b&#39;; known: a\ncall\n"));
 }
 
 TEST_F(CommandTest, TheTreeIsPrintedOnDemand) {
