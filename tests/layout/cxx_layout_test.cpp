@@ -107,8 +107,8 @@ TEST(ConfigParamLayout, FieldsAreInOrder) {
                  FIELD(info, defaultValue), FIELD(info, rangeMin), FIELD(info, rangeMax)});
     EXPECT_EQ(offsetIn(info, info.key), 0);
     const CFiConfigParamData data;
-    expectOrder({FIELD(data, key), FIELD(data, value), FIELD(data, valueList),
-                 FIELD(data, auxText)});
+    expectOrder(
+        {FIELD(data, key), FIELD(data, value), FIELD(data, valueList), FIELD(data, auxText)});
     EXPECT_EQ(offsetIn(data, data.key), 0);
 }
 
