@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -24,7 +25,10 @@ class Enclosure {
   public:
     Enclosure() {
         char name[] = "/tmp/kzfi-bench-XXXXXX";
-        root = mkdtemp(name) != nullptr ? name : "";
+        if (mkdtemp(name) == nullptr) {
+            throw std::runtime_error("no temporary folder");
+        }
+        root = name;
         std::filesystem::create_directories(directory());
         for (int n = 0; n < RECORDS; ++n) {
             std::ofstream(directory() + "UDID##acme##disk##ARR01##d" + std::to_string(n))
@@ -49,6 +53,9 @@ class Enclosure {
 std::size_t readBare(const std::string& path) {
     char text[1024];
     const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (file < 0) {
+        return 0;
+    }
     const ssize_t got = read(file, text, sizeof text);
     close(file);
     benchmark::DoNotOptimize(text);
@@ -58,6 +65,9 @@ std::size_t readBare(const std::string& path) {
 std::size_t readAllBare(const std::string& directory) {
     const std::unique_ptr<DIR, int (*)(DIR*)> opened(opendir(directory.c_str()), &closedir);
     std::size_t count = 0;
+    if (!opened) {
+        return count;
+    }
     for (const dirent* entry = readdir(opened.get()); entry != nullptr;
          entry = readdir(opened.get())) {
         if (entry->d_name[0] != '.') {

@@ -43,9 +43,10 @@ struct lunNum {
 /// Threads: one thread at a time; the files are not locked either.
 /// Ownership: the maps belong to the object and live as long as it does.
 /// Errors: operations answer 0, 5 (no memory for a map) or 26 (a record that cannot be read,
-/// written or removed), or false; the reason is traced. A record that cannot be read never stops a
-/// scan. Besides std::bad_alloc only what is told at setKeyValue is thrown. A null enclosure id has
-/// no map.
+/// written or removed, a number out of the range, no map), or false; the reason is traced. A record
+/// that cannot be read never stops a scan. Thrown are std::bad_alloc, what is told at setKeyValue,
+/// and what a trace handler or a helper of the host throws. A null enclosure id has no map. An
+/// enclosure id becomes part of a path as it is: a provider checks what comes from outside.
 class KZFI_PDK_API CFiPblmOps : public virtual CFiTraceable {
   public:
     /// The range 0 to 255, no maps.

@@ -3,6 +3,7 @@
 
 #include "adapters.h"
 #include "cficonfigparam.h"
+#include "cfistringtool.h"
 
 namespace kzfi_simhost {
 namespace {
@@ -55,15 +56,13 @@ Json textToSend(const Call& call, const kfi_domain* node, bool hasText, int mode
     return parameters.empty() ? Json() : Json(toXml(parameters));
 }
 
-/// A buffer of the framework's with text in it, as it goes in and out of config; null for null.
+/// A buffer of the framework's with text in it up to its first NUL, as it goes in and out of
+/// config; null for null.
 char* bufferOf(const Json& text) {
     if (text.is_null()) {
         return nullptr;
     }
-    const std::string bytes = text.get<std::string>();
-    char* const buffer = static_cast<char*>(kzfi_alloc_buf(bytes.size() + 1));
-    std::memcpy(buffer, bytes.c_str(), bytes.size() + 1);
-    return buffer;
+    return CFiStringTool::tstrdup(tstring(text.get<std::string>().c_str()));
 }
 
 void giveBack(char* text) {

@@ -2,6 +2,8 @@
 
 #include <filesystem>
 
+#include "text_tools.h"
+
 namespace kzfi_simhost {
 namespace {
 
@@ -48,6 +50,11 @@ void HostContext::chooseName() {
         held->setProviderName(nameFromFile(scenario.provider).c_str());
     }
     providerName = held->getProviderName().c_str();
+    if (!isFileName(providerName)) {
+        throw CannotRun(at(scenario, scenario.providerLine,
+                           "the provider's name '" + providerName +
+                               "' must be a name without a folder; files are called after it"));
+    }
     if (scenario.fimName) {
         held->setFimName(scenario.fimName->c_str());
     }

@@ -103,13 +103,13 @@ void ConsoleReport::stage(const Stage& stage) {
     }
     stream << "\n";
     if (!stage.reason.empty()) {
-        stream << INDENT << stage.reason << "\n";
+        stream << INDENT << harmless(stage.reason) << "\n";
     }
     for (const Mismatch& mismatch : stage.mismatches) {
         difference(mismatch);
     }
     if (!stage.note.empty()) {
-        stream << INDENT << stage.note << "\n";
+        stream << INDENT << harmless(stage.note) << "\n";
     }
     stream << std::flush;
 }

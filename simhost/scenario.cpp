@@ -7,9 +7,12 @@
 #include <climits>
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
+#include <fstream>
 
 #include "operations.h"
+#include "text_tools.h"
 
 namespace kzfi_simhost {
 namespace {
@@ -87,10 +90,18 @@ class Reader {
 };
 
 YAML::Node Reader::load() const {
+    std::error_code none;
+    errno = std::filesystem::is_directory(file, none) ? EISDIR : 0;
+    std::ifstream stream(file);
+    if (errno == EISDIR || !stream) {
+        throw CannotRun(file + ": the file cannot be read: " + std::strerror(errno));
+    }
     try {
-        return YAML::LoadFile(file);
-    } catch (const YAML::BadFile&) {
-        throw CannotRun(file + ": the file cannot be read");
+        const std::vector<YAML::Node> documents = YAML::LoadAll(stream);
+        if (documents.size() > 1) {
+            fail(documents[1].Mark().line + 1, "a scenario is one document");
+        }
+        return documents.empty() ? YAML::Node() : documents[0];
     } catch (const YAML::ParserException& e) {
         fail(e.mark.line + 1, "not YAML: " + e.msg);
     }
@@ -247,6 +258,9 @@ void Reader::readHead(const Node& root) {
     scenario.providerLine = lineOf(root["provider"]);
     if (const Node name = root["name"]) {
         scenario.name = text(name, "name");
+        if (!isFileName(*scenario.name)) {
+            fail(name, "name must be a name without a folder; files are called after it");
+        }
     }
     if (const Node name = root["fimName"]) {
         scenario.fimName = text(name, "fimName");

@@ -27,6 +27,22 @@ std::string lineAt(const std::vector<std::string>& lines, std::size_t index) {
     return index < lines.size() ? lines[index] : std::string();
 }
 
+/// How many characters lines that differ only beyond width lose in front, so that the difference
+/// is seen.
+std::size_t sharedLead(const std::string& left, const std::string& right, std::size_t width) {
+    const auto differs = std::mismatch(left.begin(), left.end(), right.begin(), right.end());
+    const std::size_t shared = static_cast<std::size_t>(differs.first - left.begin());
+    return left == right || shared + 3 < width ? 0 : shared - width / 2;
+}
+
+std::string withoutLead(const std::string& line, std::size_t lead) {
+    // A character is never cut in two: continuation bytes go as well.
+    while (lead > 0 && lead < line.size() && (line[lead] & 0xC0) == 0x80) {
+        ++lead;
+    }
+    return lead == 0 ? line : "..." + line.substr(std::min(lead, line.size()));
+}
+
 } // namespace
 
 std::size_t lengthOf(const std::string& text) {
@@ -73,14 +89,21 @@ std::string harmless(const std::string& text) {
     return shown;
 }
 
+bool isFileName(const std::string& text) {
+    return !text.empty() && text != "." && text != ".." && text.find('/') == std::string::npos;
+}
+
 std::vector<std::string> sideBySide(const std::string& left, const std::string& right,
                                     std::size_t width) {
     const std::vector<std::string> lefts = linesOf(left);
     const std::vector<std::string> rights = linesOf(right);
     std::vector<std::string> rows;
     for (std::size_t i = 0; i < std::max(lefts.size(), rights.size()); ++i) {
-        const std::string l = lineAt(lefts, i);
-        const std::string r = lineAt(rights, i);
+        const std::string wholeLeft = lineAt(lefts, i);
+        const std::string wholeRight = lineAt(rights, i);
+        const std::size_t lead = sharedLead(wholeLeft, wholeRight, width);
+        const std::string l = withoutLead(wholeLeft, lead);
+        const std::string r = withoutLead(wholeRight, lead);
         const bool cutAway = lengthOf(r) > width;
         rows.push_back(fitted(l, width) + (l == r ? "   " : " | ") +
                        (cutAway ? fitted(r, width) : r));

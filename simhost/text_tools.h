@@ -20,8 +20,11 @@ std::vector<std::string> linesOf(const std::string& text);
 /// neither command a terminal nor break an XML file. Tabs become blanks.
 std::string harmless(const std::string& text);
 
+/// Whether text can be the name of a file in a folder: no folder, and not empty.
+bool isFileName(const std::string& text);
+
 /// Two texts next to each other, line by line, each column width characters wide; between lines
-/// that differ stands "|".
+/// that differ stands "|". Of lines that differ only beyond width the shared beginning is cut.
 std::vector<std::string> sideBySide(const std::string& left, const std::string& right,
                                     std::size_t width);
 

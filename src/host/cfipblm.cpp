@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -40,16 +41,17 @@ struct DirectoryCloser {
 };
 
 // The names are collected before any of them is removed: what a directory gives out while it
-// changes is left open by the system.
-std::vector<std::string> entriesOf(DIR* directory) {
-    std::vector<std::string> names;
+// changes is left open by the system. False when not all of them could be read.
+bool readEntries(DIR* directory, std::vector<std::string>& names) {
+    errno = 0;
     for (const dirent* entry = readdir(directory); entry != nullptr; entry = readdir(directory)) {
         const std::string name(entry->d_name);
         if (name != "." && name != "..") {
             names.push_back(name);
         }
+        errno = 0;
     }
-    return names;
+    return errno == 0;
 }
 
 bool isRegularFile(const char* path) {
@@ -81,7 +83,8 @@ void CFiPblmOps::setLunNumRange(unsigned int min, unsigned int max) {
     if (max > HIGHEST_LUN) {
         maxLunNum = HIGHEST_LUN;
         traceTo(traceLog, TRACE_FUNCTION,
-                "CFiPblmOps::setLunNumRange: bounding to higher limit of [%d].", HIGHEST_LUN);
+                "CFiPblmOps::setLunNumRange: bounding to higher limit of [%d].",
+                static_cast<int>(HIGHEST_LUN));
     }
 }
 
@@ -211,7 +214,9 @@ bool CFiPblmOps::scanCache(std::string enclosureId, tstring directory, unsigned 
                 directory.c_str());
         return false;
     }
-    for (const std::string& name : entriesOf(opened.get())) {
+    std::vector<std::string> names;
+    const bool complete = readEntries(opened.get(), names);
+    for (const std::string& name : names) {
         const std::string path = directory.c_str() + name;
         if (lunToRemove != nullptr) {
             rmLunPathRecord(path, *lunToRemove);
@@ -219,7 +224,7 @@ bool CFiPblmOps::scanCache(std::string enclosureId, tstring directory, unsigned 
             fillBitMap(enclosureId, path);
         }
     }
-    return true;
+    return complete;
 }
 
 void CFiPblmOps::fillBitMap(std::string enclosureId, std::string recordPath) {

@@ -79,6 +79,24 @@ class Interposer : public testing::Test {
         return got;
     }
 
+    /// "name/node/group" of every entry; the name copies are freed, since nobody else does.
+    static std::vector<std::string> takeAssociations(Node& node) {
+        std::vector<std::string> found;
+        for (kfi_domain_assoc* element = node->assoc_list; element != nullptr;
+             element = element->next) {
+            for (kfi_domain_assoc_entry* entry : {element->first, element->second}) {
+                found.push_back(std::string(entry->name) + "/" + nameOf(entry->node) + "/" +
+                                nameOf(entry->group));
+                std::free(entry->name);
+            }
+        }
+        return found;
+    }
+
+    static std::string nameOf(kfi_domain* node) {
+        return node != nullptr ? node->objid->name : "(null)";
+    }
+
     TraceCapture trace;
     CFiSmartPtr<RecordingFactory, CFiNullAllocator<RecordingFactory>> factory;
     PeekingRouter router;
@@ -130,6 +148,7 @@ TEST_F(Interposer, ASecondRegistrationReplacesTheGroupAndAddsTheMethod) {
     EXPECT_EQ(router.groups["group"].claimPattern, "tape");
     EXPECT_EQ(router.fims["disk"].size(), 2u);
     EXPECT_EQ(router.fims["tape"].size(), 1u);
+    takeAssociations(node);
     router.deInitNode(node.get());
 }
 
@@ -435,24 +454,6 @@ class InterposerNodes : public Interposer {
     }
 
     int init(Node& node) { return router.initNode(node.get(), nullptr, 0, nullptr); }
-
-    /// "name/node/group" of every entry; the name copies are freed, since nobody else does.
-    static std::vector<std::string> takeAssociations(Node& node) {
-        std::vector<std::string> found;
-        for (kfi_domain_assoc* element = node->assoc_list; element != nullptr;
-             element = element->next) {
-            for (kfi_domain_assoc_entry* entry : {element->first, element->second}) {
-                found.push_back(std::string(entry->name) + "/" + nameOf(entry->node) + "/" +
-                                nameOf(entry->group));
-                std::free(entry->name);
-            }
-        }
-        return found;
-    }
-
-    static std::string nameOf(kfi_domain* node) {
-        return node != nullptr ? node->objid->name : "(null)";
-    }
 };
 
 TEST_F(InterposerNodes, BeginsANodeOfItsOwn) {

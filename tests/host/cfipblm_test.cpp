@@ -59,8 +59,7 @@ using Lines = std::vector<TracedLine>;
 
 static_assert(!std::is_copy_constructible<CFiPblmOps>::value, "two owners of one list");
 static_assert(!std::is_copy_assignable<CFiPblmOps>::value, "two owners of one list");
-static_assert(std::has_virtual_destructor<CFiPblmOps>::value, "providers derive from it");
-static_assert(sizeof(std::bitset<256>) == 4 * sizeof(std::uint64_t), "four words");
+static_assert(sizeof(lunNum::used) == 4 * sizeof(std::uint64_t), "four words");
 
 // The lines that several operations lead to.
 const TracedLine noMemory{1, "CFiPblmOps::allocLunNumEle: new memory allocation failure."};
@@ -189,6 +188,7 @@ TEST_F(PblmTest, KeepsItsFieldsInOrder) {
     const auto minimum = kzfi_tests::offsetIn(pblm, pblm.minLunNum);
     const auto maximum = kzfi_tests::offsetIn(pblm, pblm.maxLunNum);
     const auto maps = kzfi_tests::offsetIn(pblm, pblm.enclosureMaps);
+    EXPECT_EQ(minimum, 8) << "behind the table: the trace log is in a virtual base";
     EXPECT_EQ(maximum, minimum + 4);
     EXPECT_EQ(maps, minimum + 8);
 
@@ -779,6 +779,16 @@ TEST_F(PblmTest, AMalformedDeviceLeavesAnException) {
                  CFiUdidException);
     EXPECT_EQ(trace.all(), (Lines{passed(12)}));
     EXPECT_TRUE(mapOf("ARR01")->used.none());
+    EXPECT_TRUE(std::filesystem::is_empty(cache("devHandle"))) << "nothing is written";
+}
+
+TEST_F(PblmTest, ARecordOfADeviceThatCannotBeWrittenMarksNothing) {
+    lunNum* const map = freshMap("ARR01");
+    const std::string udid = "UDID##acme##disk##ARR01##d1";
+    const std::string path = cache("devHandle/ARR01/" + udid);
+    std::filesystem::create_directories(path);
+    EXPECT_EQ(pblm.setKeyValue(std::string(), udid.c_str(), std::string("ARR01"), 12), 26);
+    EXPECT_FALSE(map->used.test(12));
 }
 
 // ---- Releasing numbers ----

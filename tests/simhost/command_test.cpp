@@ -42,8 +42,8 @@ TEST_F(CommandTest, ABadScenarioIsTwoAndNamesThePlace) {
 TEST_F(CommandTest, AMissingScenarioIsTwo) {
     const CommandResult result = simhost({"run", simhost.path("none.yaml")});
     EXPECT_EQ(result.status, 2);
-    EXPECT_EQ(result.err,
-              "kzfi-simhost: " + simhost.path("none.yaml") + ": the file cannot be read\n");
+    EXPECT_EQ(result.err, "kzfi-simhost: " + simhost.path("none.yaml") +
+                              ": the file cannot be read: No such file or directory\n");
 }
 
 TEST_F(CommandTest, MissingCataloguesAreTwoAndNameThePlace) {

@@ -323,6 +323,9 @@ INSTANTIATE_TEST_SUITE_P(
             "s.yaml:4: status must be a whole number, not 'ok'"},
         Bad{"provider: p\nsteps:\n  - init:\n    expect: {values: {a: {b: c}}}\n",
             "s.yaml:4: value 'a' must be a text"},
+        Bad{"provider: p\n---\nprovider: q\n", "s.yaml:3: a scenario is one document"},
+        Bad{"provider: p\nname: ../p\n",
+            "s.yaml:2: name must be a name without a folder; files are called after it"},
         Bad{"provider: p\nsteps:\n  - init:\n    deadline: -1\n",
             "s.yaml:4: deadline must be a number of seconds above 0, not '-1'"}));
 
@@ -331,7 +334,14 @@ TEST_F(ScenarioTest, AFileThatIsNotThereIsNamed) {
         readScenario(folder.path("none.yaml"));
         FAIL();
     } catch (const CannotRun& e) {
-        EXPECT_EQ(e.what(), folder.path("none.yaml") + ": the file cannot be read");
+        EXPECT_EQ(e.what(), folder.path("none.yaml") +
+                                ": the file cannot be read: No such file or directory");
+    }
+    try {
+        readScenario(folder.path());
+        FAIL();
+    } catch (const CannotRun& e) {
+        EXPECT_EQ(e.what(), folder.path() + ": the file cannot be read: Is a directory");
     }
 }
 

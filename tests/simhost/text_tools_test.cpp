@@ -44,6 +44,14 @@ TEST(TextToolsTest, SideBySideMarksWhatDiffers) {
     EXPECT_THAT(sideBySide("abcdefgh", "abcdefgh", 6), ElementsAre("abc...   abc..."));
 }
 
+TEST(TextToolsTest, LongLinesShowWhereTheyDiffer) {
+    const std::string shared(100, 'x');
+    EXPECT_THAT(sideBySide(shared + "1", shared + "2", 20),
+                ElementsAre("...xxxxxxxxxx1       | ...xxxxxxxxxx2"));
+    EXPECT_THAT(sideBySide(shared, shared + "2", 20),
+                ElementsAre("...xxxxxxxxxx        | ...xxxxxxxxxx2"));
+}
+
 TEST(TextToolsTest, TimesAreReadable) {
     EXPECT_EQ(timeText(0), "0.00 ms");
     EXPECT_EQ(timeText(0.00123), "1.23 ms");
