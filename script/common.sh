@@ -32,13 +32,14 @@ install_packages() {
         exit 1
     fi
     echo "== installing $missing"
-    $as_root apt-get -qq update
     # shellcheck disable=SC2086
-    $as_root env DEBIAN_FRONTEND=noninteractive \
-        apt-get -qq -o Dpkg::Use-Pty=0 install --no-install-recommends -y $missing >/dev/null || {
+    if ! $as_root apt-get -qq update ||
+        ! $as_root env DEBIAN_FRONTEND=noninteractive \
+            apt-get -qq -o Dpkg::Use-Pty=0 install --no-install-recommends -y $missing >/dev/null
+    then
         echo "$0: cannot install $missing" >&2
         exit 1
-    }
+    fi
 }
 
 # build PRESET: configures once and builds.

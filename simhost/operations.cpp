@@ -172,7 +172,12 @@ Outcome callProcessProviderState(Call& c) {
         state = {stored, std::strlen(stored) + 1, 1};
     }
     Outcome outcome = answered(c.provider().processProviderState(c.node(), &state, op));
-    outcome.text = textOf(static_cast<const char*>(state.data));
+    if (state.data != nullptr) {
+        const char* const bytes = static_cast<const char*>(state.data);
+        outcome.text = std::string(bytes, strnlen(bytes, state.size));
+    } else {
+        outcome.text = Json();
+    }
     if (op == KZFI_PROVIDERSTATE_PRODUCE) {
         kzfi_free_buf(state.data, state.size);
     }

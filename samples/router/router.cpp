@@ -138,7 +138,10 @@ class Router : public CFiPluginInterposer {
         }
         for (const std::string& host : hosts.empty() ? allHosts() : textsOf(hosts)) {
             if (sees(host, device, number)) {
-                fs::remove(linkOf(host, number));
+                const fs::path link = linkOf(host, number);
+                fs::remove(link);
+                std::error_code notEmpty;
+                fs::remove(link.parent_path(), notEmpty);
             }
         }
         const std::vector<std::string> left = allHosts();

@@ -69,8 +69,8 @@ TEST_F(RouterTest, TheScenarioPasses) {
 TEST_F(RouterTest, LeavesWhatTheScenarioDoesNotWithdraw) {
     runSample();
     EXPECT_EQ(seen("gamma", 16), "the second");
-    EXPECT_TRUE(fs::is_empty(simhost.path("root/hosts/alpha")));
-    EXPECT_TRUE(fs::is_empty(simhost.path("root/hosts/beta")));
+    EXPECT_FALSE(fs::exists(simhost.path("root/hosts/alpha"))) << "nothing is presented to it";
+    EXPECT_FALSE(fs::exists(simhost.path("root/hosts/beta")));
 }
 
 TEST_F(RouterTest, PassesTwiceOnTheSameRoot) {
