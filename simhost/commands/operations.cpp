@@ -1,0 +1,56 @@
+#include "../operations.h"
+
+#include <iostream>
+
+#include "commands.h"
+
+namespace kzfi_simhost {
+namespace {
+
+const char* wordFor(FieldKind kind) {
+    switch (kind) {
+    case FieldKind::NODE:
+        return "node";
+    case FieldKind::NODES:
+        return "nodes";
+    case FieldKind::TEXT:
+        return "text";
+    case FieldKind::TEXTS:
+        return "texts";
+    case FieldKind::NUMBER:
+        return "number";
+    case FieldKind::FLAG:
+        return "true or false";
+    case FieldKind::PARAMETERS:
+        return "parameters";
+    case FieldKind::CHOICE:
+        break;
+    }
+    return "";
+}
+
+int listOperations() {
+    for (const Operation& operation : operations()) {
+        if (operation.call == nullptr) {
+            continue;
+        }
+        std::cout << operation.name << "\n";
+        for (const Field& field : operation.fields) {
+            std::cout << "  " << field.name << ": " << wordFor(field.kind);
+            for (const std::string& choice : field.choices) {
+                std::cout << (&choice == &field.choices.front() ? "" : " | ") << choice;
+            }
+            std::cout << "\n";
+        }
+    }
+    return AS_EXPECTED;
+}
+
+} // namespace
+
+void addOperationsCommand(CLI::App& app, Action& action) {
+    app.add_subcommand("operations", "Lists the operations that a step can name and their fields")
+        ->callback([&action] { action = listOperations; });
+}
+
+} // namespace kzfi_simhost

@@ -1,0 +1,72 @@
+#include "../run.h"
+
+#include <fstream>
+#include <iostream>
+#include <memory>
+
+#include "../host_root.h"
+#include "../report.h"
+#include "../text_tools.h"
+#include "commands.h"
+
+namespace kzfi_simhost {
+namespace {
+
+struct Options {
+    std::string scenario;
+    std::string root;
+    std::string json;
+    std::string junit;
+    std::string colour = "auto";
+    bool tree = false;
+    bool trace = false;
+};
+
+void printTrace(const std::string& path) {
+    std::cout << "\ntrace file " << (path.empty() ? "(none)" : path) << "\n";
+    std::ifstream file(path);
+    for (std::string line; std::getline(file, line);) {
+        std::cout << harmless(line) << "\n";
+    }
+}
+
+int run(const Options& options) {
+    const Scenario scenario = readScenario(options.scenario);
+    const HostRoot root(options.root);
+    ConsoleReport console(std::cout, useColours(options.colour));
+    console.begin(scenario, root);
+    const RunReport report =
+        runScenario(scenario, root, [&](const Stage& stage) { console.stage(stage); });
+    console.end(report);
+    if (options.tree) {
+        console.tree(report);
+    }
+    if (!options.json.empty()) {
+        writeReport(options.json, jsonText(toJson(report)));
+    }
+    if (!options.junit.empty()) {
+        writeReport(options.junit, toJunit(report));
+    }
+    if (options.trace) {
+        printTrace(report.traceFile);
+    }
+    return report.passed() ? AS_EXPECTED : NOT_AS_EXPECTED;
+}
+
+} // namespace
+
+void addRunCommand(CLI::App& app, Action& action) {
+    const auto options = std::make_shared<Options>();
+    CLI::App& command =
+        *app.add_subcommand("run", "Loads the scenario's provider and walks through its steps");
+    command.add_option("scenario", options->scenario, "The scenario, a YAML file")->required();
+    addRootOption(command, options->root);
+    command.add_option("--json", options->json, "Writes the report to this JSON file");
+    command.add_option("--junit", options->junit, "Writes the report to this JUnit file");
+    addColourOption(command, options->colour);
+    command.add_flag("--tree", options->tree, "Prints the nodes as the last step left them");
+    command.add_flag("--trace", options->trace, "Prints the trace file at the end");
+    command.callback([options, &action] { action = [options] { return run(*options); }; });
+}
+
+} // namespace kzfi_simhost
