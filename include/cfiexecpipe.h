@@ -36,8 +36,7 @@ struct KZFI_PDK_API EFiExecPipe {
 ///     CFiExecPipePosix runner(1);
 ///     runner.registerTraceLog(traceLog);
 ///     std::vector<std::string> output;
-///     if (runner.Exec("/usr/bin/qemu-img info '/data/a b.qcow2'", output, "", 60, "", "", "") !=
-///     0) {
+///     if (runner.Exec("/usr/bin/stat '/data/a b'", output, "", 60, "", "", "") != 0) {
 ///         report(runner.getLastError());
 ///     }
 ///
@@ -66,7 +65,8 @@ class KZFI_PDK_API CFiExecPipeBase : public virtual CFiTraceable {
     virtual int ExecPipe(std::string command, std::string) = 0;
 
     /// Waits for the end of the child, first for timeout seconds, then after SIGTERM and then after
-    /// SIGKILL for the same time but 30 s at most. Returns the raw wait status, or -1.
+    /// SIGKILL for the same time but 30 s at most. Returns the raw wait status, or -1. It does not
+    /// forget the child: a Close() after it finds none any more and returns 8.
     virtual int WaitPid(long timeout) = 0;
 
     /// Closes the pipe and waits for the child as WaitPid(timeout) does. Returns 0 or 3, 8, 11, 12,
@@ -138,9 +138,10 @@ class KZFI_PDK_API CFiExecPipeBase : public virtual CFiTraceable {
 /// the descriptors that are marked close-on-exec. Failures of the child before the program runs
 /// are traced by this process and end the child with status 1.
 ///
-/// Threads: runners do not disturb each other, nor any number of threads and open descriptors. No
-/// thread may add or remove environment variables while a command is started. With SIGCHLD ignored
-/// in this process the end of a child cannot be told, and runs end with 8.
+/// Threads: neither other runners nor any number of threads and open descriptors disturb a runner.
+/// No thread may add or remove environment variables while a command is started. Where SIGCHLD is
+/// ignored in this process, or other code waits for children that are not its own, the end of a
+/// child cannot be told, and runs end with 8.
 /// Ownership: the child process and the read end of its output, until Close(). Starting another
 /// command before that forgets the first child.
 /// Errors: as CFiExecPipeBase. The destructor takes more than half a minute with a child that does

@@ -6,6 +6,7 @@
 #include "cfistringtool.h"
 #include "diag/tracing.h"
 #include "host/credentialkeys.h"
+#include "host/hosttext.h"
 #include "kzfi_framework.h"
 
 namespace kzfi_pdk_4_4 {
@@ -19,26 +20,6 @@ constexpr char DWORD[] = "dword:";
 bool contains(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
 }
-
-/// The host's credentials text, given back at the end.
-class HostText {
-  public:
-    HostText() { kzfi_get_credential_blob(&text, &length); }
-    HostText(const HostText&) = delete;
-    HostText& operator=(const HostText&) = delete;
-    ~HostText() {
-        if (isThere()) {
-            kzfi_free_buf(text, length);
-        }
-    }
-
-    bool isThere() const { return text != nullptr; }
-    std::string upToNul() const { return std::string(text, strnlen(text, length)); }
-
-  private:
-    char* text = nullptr;
-    size_t length = 0;
-};
 
 /// Which arrays a caller asks for.
 struct Wanted {
@@ -173,12 +154,13 @@ CFiCredentialsParser::~CFiCredentialsParser() = default;
 
 int CFiCredentialsParser::parse(std::string vendor, std::string product,
                                 std::vector<SFiCredential>& credentials, bool openArray) {
-    const HostText text;
-    if (!text.isThere()) {
+    HostText blob;
+    kzfi_get_credential_blob(&blob.text, &blob.length);
+    if (blob.text == nullptr) {
         traceTo(traceLog, TRACE_INFO, " CFiCredentialsParser::parse - No credentials found.");
         return 0;
     }
-    return parse(text.upToNul(), vendor, product, credentials, openArray);
+    return parse(blob.upToNul(), vendor, product, credentials, openArray);
 }
 
 int CFiCredentialsParser::parse(std::string text, std::string vendor, std::string product,

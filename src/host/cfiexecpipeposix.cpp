@@ -4,15 +4,16 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
-#include <cstring>
-#include <sstream>
+#include <string_view>
 #include <utility>
 
 #include "diag/tracing.h"
 #include "host/childprocess.h"
 #include "host/execstate.h"
+#include "host/hosttext.h"
 #include "host/waiting.h"
 #include "kzfi_framework.h"
+#include "util/tokens.h"
 
 namespace kzfi_pdk_4_4 {
 
@@ -35,26 +36,6 @@ constexpr long DESTRUCTION_TIMEOUT = 10;
 // The longest wait for the end of the child after a signal, in seconds.
 constexpr long SIGNAL_TIMEOUT = 30;
 constexpr int NO_STATUS = -1;
-
-// Text of the framework, given back at the end.
-class HostText {
-  public:
-    HostText() = default;
-    HostText(const HostText&) = delete;
-    HostText& operator=(const HostText&) = delete;
-    ~HostText() {
-        if (length != 0) {
-            kzfi_free_buf(text, length);
-        }
-    }
-
-    std::string upToNul() const {
-        return text != nullptr ? std::string(text, strnlen(text, length)) : std::string();
-    }
-
-    char* text = nullptr;
-    std::size_t length = 0;
-};
 
 // Closes a pipe that no child came to use.
 void abandon(const CFiTraceLogPtr& log, Pipe& output) {
@@ -123,7 +104,11 @@ CFiExecPipePosix::CFiExecPipePosix(std::vector<std::string> list, int runFlags)
 }
 
 CFiExecPipePosix::~CFiExecPipePosix() {
-    CFiExecPipePosix::Close(DESTRUCTION_TIMEOUT);
+    try {
+        CFiExecPipePosix::Close(DESTRUCTION_TIMEOUT);
+    } catch (...) {
+        // What a trace handler throws, or missing memory, must not leave a destructor.
+    }
 }
 
 void CFiExecPipePosix::Init() {
@@ -139,11 +124,13 @@ int CFiExecPipePosix::ExecCommandInChildContext(std::string command,
     HostText answer;
     const int status =
         kzfi_exec_cmd_in_child_context(command.c_str(), &answer.text, &answer.length);
-    std::istringstream lines(answer.upToNul());
-    for (std::string line; std::getline(lines, line);) {
-        if (!line.empty()) {
-            output.push_back(line);
-        }
+    if (answer.length == 0) {
+        answer.text = nullptr; // nothing was handed out
+    }
+    const std::string text = answer.upToNul();
+    Tokens lines(text.c_str(), "\n");
+    for (std::string_view line; lines.next(line);) {
+        output.emplace_back(line);
     }
     return status;
 }
@@ -172,7 +159,7 @@ int CFiExecPipePosix::ExecPipe(std::string command, std::string) {
 }
 
 int CFiExecPipePosix::startChild() {
-    state->output.close();
+    state->output.prepare();
     Pipe output;
     if (!makePipe(output)) {
         const int error = errno;

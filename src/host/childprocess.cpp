@@ -1,5 +1,6 @@
 #include "host/childprocess.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <pthread.h>
 #include <sys/stat.h>
@@ -88,6 +89,41 @@ void dropHandlersOfHost() {
     }
 }
 
+// The number in the name of a descriptor's entry, or -1 for another name.
+int descriptorOf(const char* name) {
+    int number = *name == '.' ? -1 : 0;
+    for (; *name >= '0' && *name <= '9'; ++name) {
+        number = 10 * number + (*name - '0');
+    }
+    return number;
+}
+
+bool isNeeded(const ChildPlan& plan, int descriptor) {
+    return descriptor <= STDERR_FILENO || descriptor == plan.output.readEnd.get() ||
+           descriptor == plan.output.writeEnd.get() || descriptor == plan.status.writeEnd.get();
+}
+
+// Until its program runs a child holds all files of the host, and other commands' pipes, whose
+// readers would not see the end: a child that may wait for its input for ever lets go of what it
+// would not hand on anyway.
+void closeFilesOfHost(const ChildPlan& plan) {
+    const int folder = open("/proc/self/fd", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    alignas(struct dirent64) char entries[1024];
+    for (ssize_t size = getdents64(folder, entries, sizeof entries); size > 0;
+         size = getdents64(folder, entries, sizeof entries)) {
+        for (const char* at = entries; at < entries + size;) {
+            const auto* const entry = reinterpret_cast<const struct dirent64*>(at);
+            const int descriptor = descriptorOf(entry->d_name);
+            if (descriptor != folder && !isNeeded(plan, descriptor) &&
+                (fcntl(descriptor, F_GETFD) & FD_CLOEXEC) != 0) {
+                close(descriptor);
+            }
+            at += entry->d_reclen;
+        }
+    }
+    close(folder);
+}
+
 void connectInput(const ChildPlan& plan) {
     const bool given = plan.inputFile != nullptr;
     // Not close-on-exec: with standard input closed in the host it is standard input at once.
@@ -143,6 +179,7 @@ void connectOutput(const ChildPlan& plan) {
 [[gnu::noinline]] pid_t startWithOwnMemory(const ChildPlan& plan, const sigset_t& signalMask) {
     const pid_t pid = fork();
     if (pid == 0) {
+        closeFilesOfHost(plan);
         runChild(plan, signalMask);
     }
     return pid;

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <utility>
 
 #include "host/waiting.h"
 
@@ -16,12 +15,11 @@ constexpr std::size_t BUFFER_SIZE = 65536;
 
 } // namespace
 
-void OutputReader::open(FileDescriptor pipe) {
-    source = std::move(pipe);
+void OutputReader::prepare() {
+    close();
     if (!buffer) {
         buffer.reset(new char[BUFFER_SIZE]);
     }
-    position = filled = 0;
 }
 
 bool OutputReader::close() {

@@ -2,7 +2,9 @@
 #ifndef KZFI_HOST_OUTPUTREADER_H
 #define KZFI_HOST_OUTPUTREADER_H
 
+#include <cstddef>
 #include <memory>
+#include <utility>
 
 #include "util/file.h"
 
@@ -13,8 +15,11 @@ class OutputReader {
   public:
     enum Refill { MORE, END, FAILED, TIMED_OUT };
 
-    /// Drops what is held and reads from pipe.
-    void open(FileDescriptor pipe);
+    /// Closes the pipe, drops what is held, and takes the memory that reading needs.
+    void prepare();
+
+    /// Reads from pipe after prepare(). It cannot fail: the writer runs already.
+    void open(FileDescriptor pipe) noexcept { source = std::move(pipe); }
 
     const FileDescriptor& descriptor() const { return source; }
     bool isOpen() const { return source.isOpen(); }

@@ -3,9 +3,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <numeric>
 
 #include "host/exec_fixture.h"
 #include "host/failing_calls.h"
@@ -315,6 +317,46 @@ TEST_F(ExecFailures, Kill) {
     EXPECT_EQ(runner.Close(0), 0) << "the child is given up";
     ASSERT_EQ(kill(std::stoi(pid), SIGKILL), 0);
     EXPECT_EQ(waitpid(std::stoi(pid), nullptr, 0), std::stoi(pid));
+}
+
+// Seconds that a child was waited for which no signal reached.
+double secondsWaitedInVain(CFiExecPipePosix& runner, long timeout) {
+    const FastClock clock;
+    const Failing kills(Call::KILL, EPERM);
+    EXPECT_EQ(runner.WaitPid(timeout), -1);
+    return std::accumulate(clock.sleeps().begin(), clock.sleeps().end(), 0.0) / 1e9;
+}
+
+TEST_F(ExecFailures, SignalsAreGivenTheTimeLimitButHalfAMinuteAtMost) {
+    const struct {
+        long timeout;
+        double afterASignal;
+    } cases[] = {{0, 0}, {2, 2}, {29, 29}, {30, 30}, {31, 30}, {100, 30}};
+    ASSERT_EQ(start("/bin/sleep 600"), 0);
+    for (const auto& c : cases) {
+        const double least = static_cast<double>(c.timeout) + 2 * c.afterASignal;
+        // Each of the three periods lasts up to a second longer, and one more pause.
+        EXPECT_THAT(secondsWaitedInVain(runner, c.timeout),
+                    testing::AllOf(testing::Ge(least), testing::Le(least + 3.4)))
+            << c.timeout;
+    }
+    EXPECT_EQ(runner.Close(0), 12);
+}
+
+TEST_F(ExecFailures, PausesGrowToATenthOfASecond) {
+    ASSERT_EQ(start("/bin/sleep 600"), 0);
+    std::vector<long> pauses;
+    {
+        const FastClock clock;
+        const Failing kills(Call::KILL, EPERM);
+        EXPECT_EQ(runner.WaitPid(5), -1);
+        pauses = clock.sleeps();
+    }
+    EXPECT_LT(pauses.front(), 1'000'000);
+    EXPECT_EQ(*std::max_element(pauses.begin(), pauses.end()), 100'000'000);
+    // Each period begins with short pauses.
+    EXPECT_EQ(std::count(pauses.begin(), pauses.end(), pauses.front()), 3);
+    EXPECT_EQ(runner.Close(0), 12);
 }
 
 TEST_F(ExecFailures, APidThatMayBeSomebodyElsesIsLeftAlone) {

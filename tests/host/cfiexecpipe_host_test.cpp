@@ -1,5 +1,6 @@
 // The child process runner in a host: environment, descriptors, signals and threads.
 #include <fcntl.h>
+#include <poll.h>
 #include <pthread.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -170,6 +171,39 @@ TEST_F(ExecTest, TheChildHasTheStandardDescriptorsOnly) {
     EXPECT_THAT(additionalDescriptors(output), SizeIs(1)) << "the folder that is listed";
     close(own);
     other.Close(0);
+}
+
+TEST_F(ExecTest, HandsOnWhatIsNotCloseOnExec) {
+    const int own = dup(STDERR_FILENO);
+    for (const char* input : {"", "/dev/zero"}) { // both ways to start a child
+        EXPECT_EQ(run("/usr/bin/test -e /proc/self/fd/" + std::to_string(own), 20, input), 0);
+    }
+    close(own);
+}
+
+// Waits for the end of a pipe whose write end this process has closed.
+bool isAtItsEnd(int readEnd) {
+    struct pollfd request = {readEnd, POLLIN, 0};
+    return poll(&request, 1, 10000) == 1 && (request.revents & POLLHUP) != 0;
+}
+
+TEST_F(ExecTest, AChildThatWaitsForItsInputHoldsNoOtherFile) {
+    const std::string fifo = temp.path("fifo");
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    // More than the child is told of at once.
+    int ends[100][2];
+    for (auto& pipe : ends) {
+        ASSERT_EQ(pipe2(pipe, O_CLOEXEC), 0);
+    }
+    EXPECT_EQ(run("/bin/cat", 0, fifo), 5);
+    for (const auto& pipe : ends) {
+        close(pipe[1]);
+    }
+    for (const auto& pipe : ends) {
+        EXPECT_TRUE(isAtItsEnd(pipe[0])) << pipe[0];
+        close(pipe[0]);
+    }
+    EXPECT_EQ(runner.Close(0), 12) << "it still waited";
 }
 
 TEST_F(ExecTest, WorksWithTwoThousandDescriptorsOpen) {
@@ -455,10 +489,12 @@ int commandsThatWorked(int thread, int commands) {
         const std::string word = std::to_string(thread) + "-" + std::to_string(i);
         Texts output;
         const int status = i % 3;
-        const int result =
-            runner.Exec(shell("echo " + word + "; echo $LC_ALL; exit " + std::to_string(status)),
-                        output, "", 60, "", "", "");
-        if (result != (status == 0 ? 0 : 11) || output != Texts{word + "\n", "C\n"} ||
+        const std::string command =
+            shell("echo " + word + "; echo $LC_ALL $KZFI_SIDE; exit " + std::to_string(status));
+        const int result = runner.Exec(command, output, "", 60, "", "", "");
+        const bool asExpected =
+            output == Texts{word + "\n", "C left\n"} || output == Texts{word + "\n", "C right\n"};
+        if (result != (status == 0 ? 0 : 11) || !asExpected ||
             (status != 0 && runner.getLastError().detail != status)) {
             return i;
         }
@@ -471,12 +507,16 @@ TEST(ExecThreads, EightRunnersAtOnceDoNotDisturbEachOther) {
     constexpr int COMMANDS = 40;
     const Variable variable("LC_ALL", "C.UTF-8");
     setenv("LC_ALL", "C", 1);
+    const Variable side("KZFI_SIDE", "left");
+    setenv("KZFI_SIDE", "right", 1);
     int worked[RUNNERS] = {};
     {
         // Both values were there before, so that the environment does not grow or move.
         const Repeating switching([] {
             setenv("LC_ALL", "C.UTF-8", 1);
             setenv("LC_ALL", "C", 1);
+            setenv("KZFI_SIDE", "left", 1);
+            setenv("KZFI_SIDE", "right", 1);
             std::this_thread::yield();
         });
         std::vector<std::thread> threads;

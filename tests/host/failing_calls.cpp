@@ -67,6 +67,30 @@ int kzfi_tests::callsOf(Call call) {
     return planOf(call).calls;
 }
 
+namespace {
+
+bool clockIsFast = false;
+long sleptAhead = 0;
+std::vector<long> fastSleeps;
+
+constexpr long SECOND = 1'000'000'000;
+
+} // namespace
+
+kzfi_tests::FastClock::FastClock() {
+    clockIsFast = true;
+}
+
+kzfi_tests::FastClock::~FastClock() {
+    clockIsFast = false;
+    sleptAhead = 0;
+    fastSleeps.clear();
+}
+
+const std::vector<long>& kzfi_tests::FastClock::sleeps() const {
+    return fastSleeps;
+}
+
 // ---- In place of the system's ----
 
 #if defined(__has_feature)
@@ -125,7 +149,26 @@ REPLACEMENT int kill(pid_t process, int signal) noexcept {
 
 REPLACEMENT int nanosleep(const struct timespec* pause, struct timespec* left) {
     static const auto own = systemsOwn<int(const struct timespec*, struct timespec*)>("nanosleep");
-    return fails(Call::NANOSLEEP) ? -1 : own(pause, left);
+    if (fails(Call::NANOSLEEP)) {
+        return -1;
+    }
+    if (!clockIsFast) {
+        return own(pause, left);
+    }
+    fastSleeps.push_back(pause->tv_sec * SECOND + pause->tv_nsec);
+    sleptAhead += fastSleeps.back();
+    return 0;
+}
+
+REPLACEMENT int clock_gettime(clockid_t clock, struct timespec* now) noexcept {
+    static const auto own = systemsOwn<int(clockid_t, struct timespec*)>("clock_gettime");
+    const int result = own(clock, now);
+    if (clock == CLOCK_MONOTONIC && clockIsFast) {
+        const long nanoseconds = now->tv_nsec + sleptAhead;
+        now->tv_sec += nanoseconds / SECOND;
+        now->tv_nsec = nanoseconds % SECOND;
+    }
+    return result;
 }
 
 REPLACEMENT unsigned int sleep(unsigned int seconds) {

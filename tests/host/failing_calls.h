@@ -3,6 +3,8 @@
 #ifndef KZFI_TESTS_FAILING_CALLS_H
 #define KZFI_TESTS_FAILING_CALLS_H
 
+#include <vector>
+
 namespace kzfi_tests {
 
 enum class Call {
@@ -44,6 +46,18 @@ class Failing {
 
 /// How often a call was made so far.
 int callsOf(Call call);
+
+/// While it lives nanosleep() returns at once, and the monotonic clock goes on as if it had slept.
+class FastClock {
+  public:
+    FastClock();
+    FastClock(const FastClock&) = delete;
+    FastClock& operator=(const FastClock&) = delete;
+    ~FastClock();
+
+    /// The sleeps so far, in nanoseconds.
+    const std::vector<long>& sleeps() const;
+};
 
 } // namespace kzfi_tests
 
