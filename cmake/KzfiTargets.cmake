@@ -16,7 +16,8 @@ function(kzfi_defaults target)
         "$<$<COMPILE_LANGUAGE:CXX>:${KZFI_WARNINGS}>"
         # __FILE__ is the path inside this tree, whatever folder it was built in; the trace log
         # needs the slash that stays in it.
-        "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=")
+        "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/="
+        "-ffile-prefix-map=${PROJECT_BINARY_DIR}=.")
     if(KZFI_WERROR)
         target_compile_options(${target} PRIVATE -Werror)
     endif()

@@ -18,25 +18,33 @@ missing_packages() {
     done
 }
 
+# as_root COMMAND...: runs it as root or through sudo; fails when neither is possible.
+as_root() {
+    if [ "$(id -u)" = 0 ]; then
+        "$@"
+    else
+        command -v sudo >/dev/null 2>&1 && sudo -n "$@"
+    fi
+}
+
+# apt_install PACKAGE...: names, or files with a slash.
+apt_install() {
+    as_root env DEBIAN_FRONTEND=noninteractive \
+        apt-get -qq -o Dpkg::Use-Pty=0 install --no-install-recommends -y "$@" >/dev/null
+}
+
 # install_packages demo|test: installs what is missing, as root or through sudo.
 install_packages() {
     missing=$(missing_packages "$1" | tr '\n' ' ')
     [ -n "$missing" ] || return 0
-    if [ "$(id -u)" = 0 ]; then
-        as_root=
-    elif command -v sudo >/dev/null 2>&1 && sudo -n true 2>/dev/null; then
-        as_root="sudo -n"
-    else
+    if ! as_root true 2>/dev/null; then
         echo "$0: these packages are missing and only root can install them: $missing" >&2
         echo "$0: as root: apt-get update && apt-get install $missing" >&2
         exit 1
     fi
     echo "== installing $missing"
     # shellcheck disable=SC2086
-    if ! $as_root apt-get -qq update ||
-        ! $as_root env DEBIAN_FRONTEND=noninteractive \
-            apt-get -qq -o Dpkg::Use-Pty=0 install --no-install-recommends -y $missing >/dev/null
-    then
+    if ! as_root apt-get -qq update || ! apt_install $missing; then
         echo "$0: cannot install $missing" >&2
         exit 1
     fi
