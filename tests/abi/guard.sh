@@ -65,9 +65,9 @@ variant() {
         echo "FAILED  $1: the edit changes nothing"
         exit 1
     fi
-    "$compiler" -std=c++17 -O1 -g -fPIC -shared -fvisibility=hidden \
+    (cd "$folder" && "$compiler" -std=c++17 -O1 -g -fPIC -shared -fvisibility=hidden \
         "-ffile-prefix-map=$folder/=" -I "$folder/include" -I "$folder/src" \
-        -o "$work/$1.so" "$folder/src/tiny.cpp"
+        -o "$work/$1.so" "$folder/src/tiny.cpp")
 }
 
 # expect STATUS NAME [TEXT]...: what the guard answers for NAME.so, and what its report says.
@@ -94,10 +94,10 @@ variant original
 "$guard" --record "$work/original.so" "$work/record"
 expect 0 original
 
-variant elsewhere
+variant elsewhere '1i // Everything one line down.'
 "$guard" --record "$work/elsewhere.so" "$work/second_record"
 if ! cmp "$work/record" "$work/second_record" || grep -F "$work" "$work/record"; then
-    echo "FAILED  the record depends on the folder"
+    echo "FAILED  the record depends on the folder or on lines"
     failures=1
 fi
 
@@ -129,6 +129,8 @@ variant field 's/^    int handle;/    int added; int more;\n&/'
 expect 1 field "'int handle' offset changed"
 variant grown 's/Part\* part;/& long size;/'
 expect 1 grown "'int handle' offset changed"
+variant foreign 's/^    Insides insides;/    std::map<int, int> more;\n&/'
+expect 1 foreign "insides' offset changed" "entries' offset changed"
 variant entry 's/int first;/long first;/'
 expect 1 entry "'struct tiny::Entry' changed" "'unsigned int second' offset changed"
 variant thrown '/^    long position;/d; s/^    int code;/    long position;\n&/
