@@ -29,6 +29,10 @@ class Driver {
 
     void run() {
         kzfi_platform_set_install_root(root.path().c_str());
+        if (scenario.credentials) {
+            kzfi_platform_set_credentials(scenario.credentials->c_str(),
+                                          scenario.credentials->size());
+        }
         if (!load()) {
             return;
         }
@@ -82,6 +86,8 @@ class Driver {
             try {
                 outcome = operation.call(made);
             } catch (const NoSuchNode& e) {
+                outcome.notCalled = e.what();
+            } catch (const CannotRun& e) {
                 outcome.notCalled = e.what();
             }
         });

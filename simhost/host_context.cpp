@@ -33,6 +33,7 @@ std::string fimNameOf(CFiPluginBase& provider) {
 HostContext::HostContext(const Scenario& setting, const HostRoot& root,
                          const ProviderPtr& newProvider)
     : scenario(setting),
+      hostRoot(root),
       nodeStore(setting.nodes),
       held(newProvider) {
     chooseName();

@@ -28,6 +28,7 @@ class HostContext {
 
     kzfi_pdk_4_4::CFiPluginBase& provider() { return *held; }
     NodeStore& nodes() { return nodeStore; }
+    const HostRoot& root() const { return hostRoot; }
     const std::string& name() const { return providerName; }
 
     /// Lets go of the provider for good, before the host itself ends. Returns how many references
@@ -52,6 +53,7 @@ class HostContext {
     void placeCatalogues(const HostRoot& root) const;
 
     const Scenario& scenario;
+    const HostRoot& hostRoot;
     std::string providerName;
     kzfi_pdk_4_4::CFiTraceLogPtr traceLog;
     kzfi_pdk_4_4::CFiErrorManagerPtr errorManager;

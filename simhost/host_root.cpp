@@ -59,19 +59,24 @@ HostRoot::HostRoot(const std::string& path) : folder(path) {
     makeFolder(traceFolder());
 }
 
-void HostRoot::placeFile(const std::string& path, const std::string& content) const {
+std::string HostRoot::inside(const std::string& path) const {
     const fs::path file = fs::path(folder) / path;
     std::error_code error;
     const std::string place = fs::weakly_canonical(file.parent_path(), error).string() + "/";
     if (error || place.rfind(folder + "/", 0) != 0 || fs::is_symlink(file, error)) {
         throw CannotRun("the file " + file.string() + " does not lie below the root " + folder);
     }
-    makeFolder(file.parent_path());
+    return file.string();
+}
+
+void HostRoot::placeFile(const std::string& path, const std::string& content) const {
+    const std::string file = inside(path);
+    makeFolder(fs::path(file).parent_path());
     std::ofstream stream(file, std::ios::binary);
     stream << content;
     stream.close();
     if (!stream) {
-        throw CannotRun("cannot write " + file.string() + ": " + std::strerror(errno));
+        throw CannotRun("cannot write " + file + ": " + std::strerror(errno));
     }
 }
 

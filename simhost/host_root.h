@@ -21,6 +21,10 @@ class HostRoot {
     /// Where the provider's standard output and standard error go.
     std::string outputFile() const { return folder + "/output.txt"; }
 
+    /// The file or folder at path below the root, which need not be there. Throws CannotRun when
+    /// links would lead out of the root.
+    std::string inside(const std::string& path) const;
+
     /// Writes a file below the root and makes the folders above it. Throws CannotRun when that
     /// fails, and when links would lead out of the root.
     void placeFile(const std::string& path, const std::string& content) const;

@@ -617,9 +617,11 @@ const std::vector<Operation>& operations() {
 }
 
 const Operation* findOperation(const std::string& name) {
-    for (const Operation& operation : operations()) {
-        if (operation.name == name && operation.call != nullptr) {
-            return &operation;
+    for (const std::vector<Operation>* const list : {&operations(), &hostSteps()}) {
+        for (const Operation& operation : *list) {
+            if (operation.name == name && operation.call != nullptr) {
+                return &operation;
+            }
         }
     }
     return nullptr;

@@ -19,7 +19,7 @@ struct Outcome {
     Json values = Json::object();
     /// The exception that left the operation, for people; empty without.
     std::string exception;
-    /// Why the provider was not even called, for people; empty when it was.
+    /// Why the step was not done at all, for people; empty when it was.
     std::string notCalled;
 
     Json toJson() const;

@@ -71,6 +71,7 @@ class Reader {
     void readHead(const Node& root);
     void readTrace(const Node& node);
     void readFiles(const Node& node);
+    std::string pathBelowRoot(const Node& node, const std::string& what) const;
     void readNodes(const Node& list);
     ScenarioNode readNode(const Node& node) const;
     void checkOwners(const Node& list) const;
@@ -236,7 +237,7 @@ Scenario Reader::read() {
     }
     checkKeys(root, "the scenario",
               {"provider", "name", "fimName", "language", "catalogues", "trace", "deadline",
-               "files", "nodes", "steps"});
+               "credentials", "files", "nodes", "steps"});
     readHead(root);
     if (const Node nodes = root["nodes"]) {
         readNodes(nodes);
@@ -278,6 +279,9 @@ void Reader::readHead(const Node& root) {
     if (const Node deadline = root["deadline"]) {
         scenario.deadline = seconds(deadline, "deadline");
     }
+    if (const Node credentials = root["credentials"]) {
+        scenario.credentials = text(credentials, "credentials");
+    }
     if (const Node files = root["files"]) {
         readFiles(files);
     }
@@ -299,16 +303,20 @@ void Reader::readTrace(const Node& node) {
 void Reader::readFiles(const Node& node) {
     checkMap(node, "files");
     for (const auto& member : node) {
-        const std::filesystem::path name = member.first.Scalar();
-        const bool leaves = std::find(name.begin(), name.end(), "..") != name.end();
-        if (name.is_absolute() || leaves || !name.has_filename() || name.filename() == ".") {
-            fail(member.first,
-                 "files: '" + name.string() + "' is no path of a file below the root");
-        }
-        scenario.files.push_back({name.lexically_normal().string(),
-                                  text(member.second, "file '" + name.string() + "'"),
+        const std::string name = member.first.Scalar();
+        scenario.files.push_back({pathBelowRoot(member.first, "files"),
+                                  text(member.second, "file '" + name + "'"),
                                   lineOf(member.first)});
     }
+}
+
+std::string Reader::pathBelowRoot(const Node& node, const std::string& what) const {
+    const std::filesystem::path name = text(node, what);
+    const bool leaves = std::find(name.begin(), name.end(), "..") != name.end();
+    if (name.is_absolute() || leaves || !name.has_filename() || name.filename() == ".") {
+        fail(node, what + ": '" + name.string() + "' is no path of a file below the root");
+    }
+    return name.lexically_normal().string();
 }
 
 void Reader::readNodes(const Node& list) {
@@ -407,12 +415,17 @@ void Reader::readCall(const Node& name, const Node& arguments, Step& step) const
              "the step names two operations, '" + step.operation + "' and '" + name.Scalar() + "'");
     }
     step.operation = operation->name;
-    if (!arguments || arguments.IsNull()) {
-        return;
-    }
+    const bool none = !arguments || arguments.IsNull();
     Words known;
     for (const Field& field : operation->fields) {
         known.push_back(field.name);
+        if (field.kind == FieldKind::PATH &&
+            (none || !arguments.IsMap() || !arguments[field.name])) {
+            fail(name, operation->name + " needs the field '" + field.name + "'");
+        }
+    }
+    if (none) {
+        return;
     }
     checkKeys(arguments, operation->name, known);
     for (const Field& field : operation->fields) {
@@ -440,6 +453,8 @@ Json Reader::argument(const Field& field, const Node& node) const {
         return choice(field, node);
     case FieldKind::PARAMETERS:
         return parameters(node, field.name);
+    case FieldKind::PATH:
+        return pathBelowRoot(node, field.name);
     }
     return Json();
 }

@@ -55,6 +55,7 @@ struct Scenario {
     int cataloguesLine = 0;
     ScenarioTrace trace;
     double deadline = 30;
+    std::optional<std::string> credentials; ///< the host's credentials text
     std::vector<ScenarioFile> files;
     std::vector<ScenarioNode> nodes;
     std::vector<Step> steps;

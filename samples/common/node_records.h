@@ -10,10 +10,14 @@
 
 namespace samples {
 
+/// The object's name; empty for one that has none.
+inline std::string nameOf(const kzfi_objid* id) {
+    return id != nullptr && id->name != nullptr ? id->name : "";
+}
+
 /// The node's name; empty for a node that has none.
 inline std::string nameOf(const kfi_domain* node) {
-    const bool named = node != nullptr && node->objid != nullptr && node->objid->name != nullptr;
-    return named ? node->objid->name : "";
+    return node != nullptr ? nameOf(node->objid) : "";
 }
 
 /// Keeps the records in a map; nodes without a name have none. The framework calls from several

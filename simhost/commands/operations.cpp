@@ -1,6 +1,7 @@
 #include "../operations.h"
 
 #include <iostream>
+#include <vector>
 
 #include "commands.h"
 
@@ -23,6 +24,8 @@ const char* wordFor(FieldKind kind) {
         return "true or false";
     case FieldKind::PARAMETERS:
         return "parameters";
+    case FieldKind::PATH:
+        return "path below the root";
     case FieldKind::CHOICE:
         break;
     }
@@ -30,7 +33,9 @@ const char* wordFor(FieldKind kind) {
 }
 
 int listOperations() {
-    for (const Operation& operation : operations()) {
+    std::vector<Operation> all = operations();
+    all.insert(all.end(), hostSteps().begin(), hostSteps().end());
+    for (const Operation& operation : all) {
         if (operation.call == nullptr) {
             continue;
         }
