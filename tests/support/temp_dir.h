@@ -14,12 +14,10 @@ namespace kzfi_tests {
 /// A fresh folder, removed with all that it holds at the end.
 class TempDir {
   public:
-    TempDir() {
-        char name[] = "/tmp/kzfi-test-XXXXXX";
-        if (mkdtemp(name) == nullptr) {
+    explicit TempDir(const std::string& above = "/tmp") : folder(above + "/kzfi-test-XXXXXX") {
+        if (mkdtemp(folder.data()) == nullptr) {
             throw std::runtime_error("no temporary folder");
         }
-        folder = name;
     }
     TempDir(const TempDir&) = delete;
     TempDir& operator=(const TempDir&) = delete;

@@ -1,0 +1,7 @@
+#include "cfiformatoption.h"
+#include "parameter_lists.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    kzfi_fuzz::parseAndWriteBack<kzfi_pdk_4_4::CFiFormatOptionList>(kzfi_fuzz::textOf(data, size));
+    return 0;
+}
