@@ -303,10 +303,23 @@ TEST_P(Utf8StringDeathTest, EveryWalkAborts) {
 INSTANTIATE_TEST_SUITE_P(BadInnerByte, Utf8StringDeathTest,
                          testing::Values("\xE2\x41\xAC", "\xE2\xC2\xAC", "\xE2\xFF\xAC", // of three
                                          "\xF0\x41\x98\x80", "\xF0\x9F\x41\x80",
-                                         "\xF0\x9F\xF0\x80",                             // of four
-                                         "\xF8\x41\x80\x80\x80", "\xF8\x88\x80\x41\x80", // of five
-                                         "\xFC\x41\x80\x80\x80\x80",
+                                         "\xF0\x9F\xF0\x80", // of four
+                                         "\xF8\x41\x80\x80\x80", "\xF8\x88\x41\x80\x80",
+                                         "\xF8\x88\x80\x41\x80", // of five
+                                         "\xFC\x41\x80\x80\x80\x80", "\xFC\x84\x41\x80\x80\x80",
+                                         "\xFC\x84\x80\x41\x80\x80",
                                          "\xFC\x84\x80\x80\x41\x80")); // of six
+
+TEST(Utf8StringPlaceDeathTest, LengthAbortsWhereverTheBadByteStands) {
+    // Around the end of the 64 bytes that are looked at together.
+    for (std::size_t offset = 61; offset < 66; ++offset) {
+        for (const char* const bytes : {"\xE2zz", "\xF0zzz", "\xF0\x9Fzz"}) {
+            const UTF8String text(std::string(offset, 'a') + bytes);
+            EXPECT_EXIT(text.length(), testing::KilledBySignal(SIGABRT), "cfiutf8string.*:109:")
+                << offset;
+        }
+    }
+}
 
 TEST(Utf8StringTruncatedDeathTest, AnInnerNulAborts) {
     for (const char* const bytes :
