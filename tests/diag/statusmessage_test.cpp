@@ -1,7 +1,12 @@
 // Status messages on their way through the error manager.
+#include <dlfcn.h>
 #include <gmock/gmock.h>
 
+#include <cstring>
+#include <functional>
+#include <ios>
 #include <new>
+#include <ostream>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -27,6 +32,15 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Pair;
 
+// What the host's library does in place of its own writing and encoding.
+std::function<void(std::ostream&, XmlStr::Encoding)> writeInstead;
+std::function<char*(const char*, std::size_t, int)> encodeInstead;
+
+template <class Function>
+Function* original(const char* name) {
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
 // Writes down the texts that it receives, and counts the messages.
 class Recorder : public CFiErrorHandlerBase {
   public:
@@ -42,6 +56,10 @@ class Recorder : public CFiErrorHandlerBase {
 class StatusMessage : public testing::Test {
   protected:
     StatusMessage() { manager.registerHandler(&handler); }
+    ~StatusMessage() override {
+        writeInstead = nullptr;
+        encodeInstead = nullptr;
+    }
 
     // A status message with every field set, and markup in all of its texts.
     static StatusMsg* busyTarget() {
@@ -200,6 +218,52 @@ TEST_F(StatusMessage, PassesAHandlersException) {
     EXPECT_THROW(manager.reportStatusMsg(message, nullptr), std::runtime_error);
 }
 
+TEST_F(StatusMessage, HasAnEmptyElementForAMessageWithoutXml) {
+    writeInstead = [](std::ostream&, XmlStr::Encoding) {};
+    EXPECT_EQ(reported(new StatusMsg, nullptr), START + STATUS + STATUS_END + END);
+}
+
+TEST_F(StatusMessage, AsksForUtf8AndEncodesAllOfIt) {
+    const std::string xml("a\0b", 3);
+    writeInstead = [&](std::ostream& stream, XmlStr::Encoding encoding) {
+        EXPECT_EQ(encoding, 1);
+        stream << xml;
+    };
+    encodeInstead = [&](const char* text, std::size_t length, int flags) {
+        EXPECT_EQ(std::string(text, length), xml);
+        EXPECT_EQ(flags, 0);
+        return strdup("encoded");
+    };
+    EXPECT_EQ(reported(new StatusMsg, nullptr), START + STATUS + "encoded" + STATUS_END + END);
+}
+
+TEST_F(StatusMessage, PassesTheLibrarysExceptionAndPushesNothing) {
+    writeInstead = [](std::ostream& stream, XmlStr::Encoding) {
+        stream << "<Status";
+        throw std::runtime_error("library");
+    };
+    AutoDereference<StatusMsg> message(busyTarget());
+    EXPECT_THROW(manager.reportStatusMsg(message, "disk"), std::runtime_error);
+    EXPECT_THAT(handler.texts, IsEmpty());
+}
+
+TEST_F(StatusMessage, ThrowsWhenTheLibraryBreaksOffAndPushesNothing) {
+    writeInstead = [](std::ostream& stream, XmlStr::Encoding) {
+        stream << "<Status";
+        stream.setstate(std::ios::badbit);
+    };
+    AutoDereference<StatusMsg> message(busyTarget());
+    EXPECT_THROW(manager.reportStatusMsg(message, "disk"), std::ios::failure);
+    EXPECT_THAT(handler.texts, IsEmpty());
+}
+
+TEST_F(StatusMessage, ThrowsWithoutAnEncodedCopyAndPushesNothing) {
+    encodeInstead = [](const char*, std::size_t, int) -> char* { return nullptr; };
+    AutoDereference<StatusMsg> message(busyTarget());
+    EXPECT_THROW(manager.reportStatusMsg(message, "disk"), std::bad_alloc);
+    EXPECT_THAT(handler.texts, IsEmpty());
+}
+
 TEST_F(StatusMessage, IsPushedWholeOrNotAtAllWhenMemoryIsShort) {
     // Measures only, as a recorder takes memory itself.
     class Measure : public CFiErrorHandlerBase {
@@ -262,3 +326,26 @@ TEST(StatusMessages, MayBeReportedBySeveralThreads) {
 }
 
 } // namespace
+
+namespace Orvanta::Stoneleaf::Scf {
+
+void StatusMsgXmlDoc::writeXml(std::ostream& stream, XmlStr::Encoding encoding) {
+    if (writeInstead) {
+        writeInstead(stream, encoding);
+        return;
+    }
+    // A member function's first argument is its object.
+    original<void(StatusMsgXmlDoc*, std::ostream&, XmlStr::Encoding)>(
+        "_ZN7Orvanta9Stoneleaf3Scf15StatusMsgXmlDoc8writeXmlERSoNS1_6XmlStr8EncodingE")(
+        this, stream, encoding);
+}
+
+char* pathToURIEncoded(const char* text, std::size_t length, int flags) {
+    if (encodeInstead) {
+        return encodeInstead(text, length, flags);
+    }
+    return original<char*(const char*, std::size_t, int)>(
+        "_ZN7Orvanta9Stoneleaf3Scf16pathToURIEncodedEPKcmi")(text, length, flags);
+}
+
+} // namespace Orvanta::Stoneleaf::Scf
