@@ -52,6 +52,14 @@ CFiFormatOptionList readOptions(const std::string& xml) {
     return read<CFiFormatOptionList>(xml);
 }
 
+TEST(FormatOption, HoldsItsFieldsInThisOrder) {
+    const CFiFormatOption all{"key", "value", {"item"}, tstring("auxiliary")};
+    EXPECT_EQ(all.key, "key");
+    EXPECT_EQ(all.value, "value");
+    EXPECT_THAT(all.valueList, ElementsAre("item"));
+    EXPECT_STREQ(all.auxText.c_str(), "auxiliary");
+}
+
 // ---- Writing ----
 
 TEST(FormatOption, WritesAValue) {
