@@ -121,7 +121,8 @@ StatusMsgXmlDoc::StatusMsgXmlDoc(StatusMsg* statusMessage) : message(statusMessa
 StatusMsgXmlDoc::~StatusMsgXmlDoc() = default;
 
 void StatusMsgXmlDoc::writeXml(std::ostream& stream, XmlStr::Encoding /*encoding*/) {
-    // Numbers go through to_string: the stream may have a locale that groups digits.
+    // Neither numbers nor texts go through <<: the stream may have a locale that groups digits, and
+    // a width that fills up.
     std::string xml = "<?xml version=\"1.0\" encoding=\"utf-8\"?><StatusMsg>";
     xml += element("Code", std::to_string(message->getCode()));
     xml += element("Severity", std::to_string(message->getSeverity()));
@@ -132,7 +133,8 @@ void StatusMsgXmlDoc::writeXml(std::ostream& stream, XmlStr::Encoding /*encoding
         xml += element("Value", argument.second);
         xml += "</Argument>";
     }
-    stream << xml << "</StatusMsg>";
+    xml += "</StatusMsg>";
+    stream.write(xml.data(), static_cast<std::streamsize>(xml.size()));
 }
 
 namespace {

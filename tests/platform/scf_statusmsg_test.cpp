@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include <cstdlib>
+#include <iomanip>
 #include <locale>
 #include <memory>
 #include <sstream>
@@ -216,8 +217,9 @@ TEST(StatusMsgXmlDoc, IgnoresTheStreamsFormat) {
     message->setCode(1234567);
     std::ostringstream stream;
     stream.imbue(std::locale(std::locale::classic(), new Grouping));
-    stream << std::hex << std::showpos;
+    stream << std::hex << std::showpos << std::setw(1000);
     StatusMsgXmlDoc(message.get()).writeXml(stream, XmlStr::UTF_8);
+    EXPECT_EQ(stream.str(), xmlOf(message));
     EXPECT_THAT(stream.str(), HasSubstr("<Code>1234567</Code>"));
 }
 
