@@ -9,7 +9,8 @@ fail() {
     exit 1
 }
 
-field() { dpkg-deb --field "$1" "$2"; }
+field() { dpkg-deb --field "$2" "$1"; }
+depends() { field Depends "$out/$1"_[0-9]*.deb; }
 
 # It runs wherever it is put, and does not tell where it was built.
 check_binary() {
@@ -21,9 +22,9 @@ check_binary() {
 }
 
 check_package() {
-    package=$(field "$1" Package)
+    package=$(field Package "$1")
     for name in Version Architecture Maintainer Section Priority Depends Description; do
-        [ -n "$(field "$1" $name)" ] || fail "$package has no $name"
+        [ -n "$(field $name "$1")" ] || fail "$package has no $name"
     done
     dpkg-deb --fsys-tarfile "$1" | tar -xO "./usr/share/doc/$package/copyright" |
         grep -qF "the licence of the kit is the owner's to set" ||
@@ -34,7 +35,7 @@ rm -rf "$out"
 mkdir -p "$out/prefix"
 "$cpack" --config "$build/CPackConfig.cmake" -G DEB -B "$out"
 
-made=$(for file in "$out"/*.deb; do field "$file" Package; done | sort | tr '\n' ' ')
+made=$(for file in "$out"/*.deb; do field Package "$file"; done | sort | tr '\n' ' ')
 [ "$made" = "kzfi-simhost libkzfi-pdk-dev libkzfi-pdk4.4 libkzfi-platform " ] ||
     fail "other packages than expected: $made"
 
@@ -54,10 +55,22 @@ for file in "$out"/*.deb; do
 done | sort >"$out/packed.txt"
 diff "$out/installed.txt" "$out/packed.txt" || fail "installed (<) is not what is packed (>)"
 
+# Who includes the headers gets what these include.
+libraries=$(sed -n 's|^#include <\([a-z0-9]*\)/.*|\1|p' "$out"/prefix/usr/include/kzfi_pdk/*.h |
+    sort -u | tr '\n' ' ')
+[ "$libraries" = "ace unicode xercesc " ] ||
+    fail "libkzfi-pdk-dev and kzfi_pdk.pc are for headers that need ACE, ICU and Xerces: $libraries"
+for package in libace-dev libicu-dev libxerces-c-dev; do
+    depends libkzfi-pdk-dev | grep -q "$package" ||
+        fail "libkzfi-pdk-dev does not depend on $package"
+done
+
 # What a machine with the host product installs brings no stand-in along.
 for package in libkzfi-pdk4.4 libkzfi-pdk-dev; do
-    field "$(echo "$out/$package"_*.deb)" Depends | grep -q platform &&
-        fail "$package depends on the stand-in"
+    needs=$(depends $package)
+    case $needs in
+    *platform*) fail "$package depends on the stand-in: $needs" ;;
+    esac
 done
-field "$(echo "$out"/kzfi-simhost_*.deb)" Depends | grep -q "libkzfi-platform (= .*libkzfi-pdk4.4 (= " ||
+depends kzfi-simhost | grep -q "libkzfi-platform (= .*libkzfi-pdk4.4 (= " ||
     fail "kzfi-simhost takes other libraries than it was built with"
