@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -21,6 +23,8 @@ struct Settings {
     void* runnerContext = nullptr;
     kzfi_platform_size_reporter reporter = nullptr;
     void* reporterContext = nullptr;
+    kzfi_platform_watcher watcher = nullptr;
+    void* watcherContext = nullptr;
     unsigned long failAlloc = 0;
     unsigned long failObjid = 0;
     kzfi_platform_counts counts = {};
@@ -32,12 +36,23 @@ struct Objid {
     kzfi_objid record = {};
 };
 
+// What is written behind a watched buffer.
+constexpr size_t GUARD_SIZE = 16;
+constexpr unsigned char GUARD_BYTE = 0xA5;
+
+// A buffer that is out.
+struct Live {
+    size_t size;
+    bool watched; // with guard bytes behind it
+};
+
 struct Platform {
     std::mutex lock;
     Settings settings;
     // Buffers handed out and not given back through kzfi_free_buf. One that went through free()
-    // stays until kzfi_alloc_buf hands its address out again.
-    std::unordered_map<const void*, size_t> live;
+    // stays until kzfi_alloc_buf hands its address out again, unless kzfi_platform_note_free was
+    // told.
+    std::unordered_map<const void*, Live> live;
     // Never emptied: an object id lives as long as the process.
     std::unordered_map<std::string, Objid> objids;
 };
@@ -50,11 +65,26 @@ Platform& platform() {
     return *instance;
 }
 
+// Whether this thread holds the lock: what it frees meanwhile is the table's own.
+thread_local bool holdsLock = false;
+
+// The lock, as everything here takes it.
+class Hold {
+  public:
+    explicit Hold(Platform& p) : guard(p.lock) { holdsLock = true; }
+    Hold(const Hold&) = delete;
+    Hold& operator=(const Hold&) = delete;
+    ~Hold() { holdsLock = false; }
+
+  private:
+    const std::lock_guard<std::mutex> guard;
+};
+
 // What use(settings) gives under the lock.
 template <class Use>
 auto withSettings(Use use) {
     Platform& p = platform();
-    const std::lock_guard<std::mutex> guard(p.lock);
+    const Hold hold(p);
     return use(p.settings);
 }
 
@@ -98,7 +128,54 @@ char* handOut(const char* bytes, size_t size) {
     return buffer;
 }
 
+// Takes buffer out of the table of live ones and counts it; false when it was not there. wrongSize
+// is set to the size that was asked for when that is not the size given back, left to what was
+// known of the buffer.
+bool settle(Platform& p, const void* buffer, size_t size, std::optional<size_t>& wrongSize,
+            Live& left) {
+    kzfi_platform_counts& counts = p.settings.counts;
+    ++counts.given_back;
+    const auto entry = p.live.find(buffer);
+    if (entry == p.live.end()) {
+        ++counts.unknown;
+        return false;
+    }
+    if (entry->second.size != size) {
+        ++counts.wrong_size;
+        wrongSize = entry->second.size;
+    }
+    left = entry->second;
+    p.live.erase(entry);
+    return true;
+}
+
+// Whether what was written behind a watched buffer is still there.
+bool isIntact(const void* buffer, const Live& live) {
+    const auto* const guard = static_cast<const unsigned char*>(buffer) + live.size;
+    return !live.watched ||
+           std::all_of(guard, guard + GUARD_SIZE, [](unsigned char b) { return b == GUARD_BYTE; });
+}
+
+// Tells the watcher, if there is one; whether there is.
+bool tell(int fault, const void* buffer, size_t taken, size_t givenBack) {
+    const auto [watcher, context] =
+        withSettings([](const Settings& s) { return std::make_pair(s.watcher, s.watcherContext); });
+    if (watcher != nullptr) {
+        watcher(fault, buffer, taken, givenBack, context);
+    }
+    return watcher != nullptr;
+}
+
+void tellOfOverrun(const void* buffer, const Live& live) {
+    if (!isIntact(buffer, live)) {
+        tell(KZFI_PLATFORM_OVERRUN, buffer, live.size, live.size);
+    }
+}
+
 void reportWrongSize(const void* buffer, size_t taken, size_t givenBack) {
+    if (tell(KZFI_PLATFORM_WRONG_SIZE, buffer, taken, givenBack)) {
+        return;
+    }
     const auto [reporter, context] = withSettings(
         [](const Settings& s) { return std::make_pair(s.reporter, s.reporterContext); });
     if (reporter != nullptr) {
@@ -107,24 +184,6 @@ void reportWrongSize(const void* buffer, size_t taken, size_t givenBack) {
         std::fprintf(stderr, "kzfi_free_buf: buffer %p of %zu bytes given back as %zu bytes\n",
                      buffer, taken, givenBack);
     }
-}
-
-// Takes buffer out of the table of live ones and counts it; false when it was not there. wrongSize
-// is set to the size that was asked for when that is not the size given back.
-bool settle(Platform& p, const void* buffer, size_t size, std::optional<size_t>& wrongSize) {
-    kzfi_platform_counts& counts = p.settings.counts;
-    ++counts.given_back;
-    const auto entry = p.live.find(buffer);
-    if (entry == p.live.end()) {
-        ++counts.unknown;
-        return false;
-    }
-    if (entry->second != size) {
-        ++counts.wrong_size;
-        wrongSize = entry->second;
-    }
-    p.live.erase(entry);
-    return true;
 }
 
 kzfi_objid* intern(Platform& p, const std::string& name, size_t length, int kind) {
@@ -143,19 +202,23 @@ kzfi_objid* intern(Platform& p, const std::string& name, size_t length, int kind
 
 void* kzfi_alloc_buf(size_t size) {
     Platform& p = platform();
-    const std::lock_guard<std::mutex> guard(p.lock);
+    const Hold hold(p);
     if (failsNow(p.settings.failAlloc)) {
         return nullptr;
     }
-    void* const buffer = std::malloc(size);
+    const bool watched = p.settings.watcher != nullptr && size < SIZE_MAX - GUARD_SIZE;
+    void* const buffer = std::malloc(watched ? size + GUARD_SIZE : size);
     if (buffer == nullptr) {
         return nullptr;
     }
     try {
-        p.live[buffer] = size;
+        p.live[buffer] = {size, watched};
     } catch (const std::bad_alloc&) {
         std::free(buffer);
         return nullptr;
+    }
+    if (watched) {
+        std::memset(static_cast<unsigned char*>(buffer) + size, GUARD_BYTE, GUARD_SIZE);
     }
     ++p.settings.counts.taken;
     return buffer;
@@ -167,16 +230,20 @@ void kzfi_free_buf(void* buffer, size_t size) {
     }
     Platform& p = platform();
     std::optional<size_t> wrongSize;
+    Live live = {};
     bool known = false;
     {
-        const std::lock_guard<std::mutex> guard(p.lock);
-        known = settle(p, buffer, size, wrongSize);
+        const Hold hold(p);
+        known = settle(p, buffer, size, wrongSize, live);
     }
     if (wrongSize) {
         reportWrongSize(buffer, *wrongSize, size);
     }
     if (known) {
+        tellOfOverrun(buffer, live);
         std::free(buffer);
+    } else {
+        tell(KZFI_PLATFORM_UNKNOWN, buffer, 0, size);
     }
 }
 
@@ -185,7 +252,7 @@ kzfi_objid* kzfi_get_objid(const char* name, size_t length, int kind) {
         return nullptr;
     }
     Platform& p = platform();
-    const std::lock_guard<std::mutex> guard(p.lock);
+    const Hold hold(p);
     if (failsNow(p.settings.failObjid)) {
         return nullptr;
     }
@@ -279,4 +346,52 @@ void kzfi_platform_set_size_reporter(kzfi_platform_size_reporter reporter, void*
         s.reporter = reporter;
         s.reporterContext = context;
     });
+}
+
+void kzfi_platform_watch_buffers(kzfi_platform_watcher watcher, void* context) {
+    withSettings([=](Settings& s) {
+        s.watcher = watcher;
+        s.watcherContext = context;
+    });
+}
+
+size_t kzfi_platform_note_free(const void* buffer) {
+    if (holdsLock || buffer == nullptr) {
+        return 0;
+    }
+    Platform& p = platform();
+    Live live = {};
+    {
+        const Hold hold(p);
+        const auto entry = p.live.find(buffer);
+        if (entry == p.live.end()) {
+            return 0;
+        }
+        live = entry->second;
+        p.live.erase(entry);
+    }
+    tellOfOverrun(buffer, live);
+    return live.size;
+}
+
+size_t kzfi_platform_size_of(const void* buffer) {
+    Platform& p = platform();
+    const Hold hold(p);
+    const auto entry = p.live.find(buffer);
+    return entry != p.live.end() ? entry->second.size : 0;
+}
+
+void kzfi_platform_report_left(void) {
+    Platform& p = platform();
+    std::unordered_map<const void*, Live> left;
+    {
+        const Hold hold(p);
+        left.swap(p.live);
+    }
+    for (const auto& [buffer, live] : left) {
+        if (live.watched) {
+            tellOfOverrun(buffer, live);
+            tell(KZFI_PLATFORM_LEFT, buffer, live.size, 0);
+        }
+    }
 }

@@ -16,29 +16,9 @@ bool hasItsOwnPlace(const std::string& operation) {
 }
 
 /// What has to be said beside what a call has anyway: a list that is left out is a null pointer.
-Json harmlessArguments(const Operation& operation) {
+Json harmlessArguments(const Operation& operation, const std::string& node) {
     const bool takesList = operation.name == "enableAccess" || operation.name == "disableAccess";
-    return takesList ? Json({{"nodes", {NODE}}}) : Json::object();
-}
-
-/// All harmless calls, in the order in which they are made.
-std::vector<Step> harmlessSteps(double deadline) {
-    std::vector<Step> steps;
-    const auto add = [&](const std::string& operation, const Json& arguments) {
-        Step& step = steps.emplace_back();
-        step.operation = operation;
-        step.arguments = arguments;
-        step.deadline = deadline;
-    };
-    for (const Operation& operation : operations()) {
-        if (operation.call != nullptr && !hasItsOwnPlace(operation.name)) {
-            add(operation.name, harmlessArguments(operation));
-        }
-    }
-    add("globalConfigInfoList", {{"list", "1"}});
-    add("config", {{"mode", "getparam"}, {"list", "1"}});
-    add("deInitNode", Json::object());
-    return steps;
+    return takesList ? Json({{"nodes", {node}}}) : Json::object();
 }
 
 Step* findStep(std::vector<Step>& steps, const std::string& operation) {
@@ -59,7 +39,7 @@ class Describer {
   public:
     Describer(const std::string& path, const HostRoot& newRoot, double deadline)
         : root(newRoot),
-          all(harmlessSteps(deadline)) {
+          all(harmlessSteps(NODE, deadline)) {
         scenario.provider = path;
         scenario.deadline = deadline;
         scenario.nodes.emplace_back().name = NODE;
@@ -136,6 +116,25 @@ class Describer {
 };
 
 } // namespace
+
+std::vector<Step> harmlessSteps(const std::string& node, double deadline) {
+    std::vector<Step> steps;
+    const auto add = [&](const std::string& operation, const Json& arguments) {
+        Step& step = steps.emplace_back();
+        step.operation = operation;
+        step.arguments = arguments;
+        step.deadline = deadline;
+    };
+    for (const Operation& operation : operations()) {
+        if (operation.call != nullptr && !hasItsOwnPlace(operation.name)) {
+            add(operation.name, harmlessArguments(operation, node));
+        }
+    }
+    add("globalConfigInfoList", {{"list", "1"}});
+    add("config", {{"mode", "getparam"}, {"list", "1"}});
+    add("deInitNode", Json::object());
+    return steps;
+}
 
 bool Description::complete() const {
     for (const Operation& operation : operations()) {

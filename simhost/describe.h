@@ -28,6 +28,10 @@ struct Description {
 /// When init fails nothing else is called. Throws CannotRun when the provider cannot be loaded.
 Description describeProvider(const std::string& path, const HostRoot& root, double deadline);
 
+/// The harmless calls that this makes between init and fini, in their order: what a field stands
+/// for when it is left out, and node.
+std::vector<Step> harmlessSteps(const std::string& node, double deadline);
+
 /// For people and for machines.
 std::string toText(const Description& description);
 Json toJson(const Description& description);

@@ -5,6 +5,7 @@
 
 #include "cfistringtool.h"
 #include "report.h"
+#include "report_text.h"
 #include "text_tools.h"
 
 namespace kzfi_simhost {
@@ -37,30 +38,8 @@ Json toJson(const Stage& stage) {
     return json;
 }
 
-std::string escaped(const std::string& text) {
-    return kzfi_pdk_4_4::CFiStringTool::convertToXmlSpecialCharacters(harmless(text));
-}
-
-std::string attribute(const char* name, const std::string& value) {
-    return std::string(" ") + name + "=\"" + escaped(value) + "\"";
-}
-
-std::string seconds(double value) {
-    char text[32];
-    std::snprintf(text, sizeof text, "%.6f", value);
-    return text;
-}
-
 bool isError(Result result) {
     return result == Result::CRASHED || result == Result::EXITED || result == Result::HUNG;
-}
-
-std::string joined(const std::vector<std::string>& lines) {
-    std::string text;
-    for (const std::string& line : lines) {
-        text += line + "\n";
-    }
-    return text;
 }
 
 /// All differences of a stage in one text.
@@ -74,15 +53,16 @@ std::string differences(const Stage& stage) {
 }
 
 void writeCase(std::ostream& out, const RunReport& report, const Stage& stage) {
-    out << "    <testcase" << attribute("classname", report.name) << attribute("name", stage.title)
-        << attribute("time", seconds(stage.seconds)) << ">";
+    out << "    <testcase" << xmlAttribute("classname", report.name)
+        << xmlAttribute("name", stage.title) << xmlAttribute("time", xmlSeconds(stage.seconds))
+        << ">";
     if (stage.result == Result::FAILED) {
-        out << "<failure" << attribute("message", stage.mismatches.front().what + " differs") << ">"
-            << escaped(differences(stage)) << "</failure>";
+        out << "<failure" << xmlAttribute("message", stage.mismatches.front().what + " differs")
+            << ">" << xmlText(differences(stage)) << "</failure>";
     } else if (isError(stage.result)) {
-        out << "<error" << attribute("type", wordFor(stage.result))
-            << attribute("message", stage.reason) << ">" << escaped(joined(report.lastTrace))
-            << "</error>";
+        out << "<error" << xmlAttribute("type", wordFor(stage.result))
+            << xmlAttribute("message", stage.reason) << ">"
+            << xmlText(joinedLines(report.lastTrace)) << "</error>";
     } else if (stage.result == Result::NOT_RUN) {
         out << "<skipped/>";
     }
@@ -90,6 +70,28 @@ void writeCase(std::ostream& out, const RunReport& report, const Stage& stage) {
 }
 
 } // namespace
+
+std::string xmlText(const std::string& text) {
+    return kzfi_pdk_4_4::CFiStringTool::convertToXmlSpecialCharacters(harmless(text));
+}
+
+std::string xmlAttribute(const char* name, const std::string& value) {
+    return std::string(" ") + name + "=\"" + xmlText(value) + "\"";
+}
+
+std::string xmlSeconds(double seconds) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.6f", seconds);
+    return text;
+}
+
+std::string joinedLines(const std::vector<std::string>& lines) {
+    std::string text;
+    for (const std::string& line : lines) {
+        text += line + "\n";
+    }
+    return text;
+}
 
 Json toJson(const RunReport& report) {
     Json json = {{"scenario", report.scenario},
@@ -125,12 +127,12 @@ std::string toJunit(const RunReport& report) {
         report.count(Result::CRASHED) + report.count(Result::EXITED) + report.count(Result::HUNG);
     std::ostringstream out;
     out << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuites>\n  <testsuite"
-        << attribute("name", report.scenario)
-        << attribute("tests", std::to_string(report.stages.size()))
-        << attribute("failures", std::to_string(report.count(Result::FAILED)))
-        << attribute("errors", std::to_string(errors))
-        << attribute("skipped", std::to_string(report.count(Result::NOT_RUN)))
-        << attribute("time", seconds(report.seconds())) << ">\n";
+        << xmlAttribute("name", report.scenario)
+        << xmlAttribute("tests", std::to_string(report.stages.size()))
+        << xmlAttribute("failures", std::to_string(report.count(Result::FAILED)))
+        << xmlAttribute("errors", std::to_string(errors))
+        << xmlAttribute("skipped", std::to_string(report.count(Result::NOT_RUN)))
+        << xmlAttribute("time", xmlSeconds(report.seconds())) << ">\n";
     for (const Stage& stage : report.stages) {
         writeCase(out, report, stage);
     }

@@ -62,6 +62,37 @@ typedef void (*kzfi_platform_size_reporter)(const void* buffer, size_t taken, si
 KZFI_HOST_API void kzfi_platform_set_size_reporter(kzfi_platform_size_reporter reporter,
                                                    void* context);
 
+/** What a watch on buffers tells of. */
+enum kzfi_platform_fault {
+    KZFI_PLATFORM_WRONG_SIZE = 1, /**< given back with another size than was asked for */
+    KZFI_PLATFORM_UNKNOWN = 2,    /**< given back twice, or never handed out; not freed */
+    KZFI_PLATFORM_OVERRUN = 3,    /**< the bytes behind the buffer were written to */
+    KZFI_PLATFORM_LEFT = 4        /**< still out at kzfi_platform_report_left */
+};
+
+/** Told of each fault; taken is the size asked for, 0 when it is not known. */
+typedef void (*kzfi_platform_watcher)(int fault, const void* buffer, size_t taken,
+                                      size_t given_back, void* context);
+
+/**
+ * Watches the buffers that are handed out from now on: each gets guard bytes behind it, which are
+ * looked at when it comes back; free() still accepts it. The watcher takes the place of the size
+ * reporter. Null ends the watch.
+ */
+KZFI_HOST_API void kzfi_platform_watch_buffers(kzfi_platform_watcher watcher, void* context);
+
+/**
+ * For a program with a free() of its own, which calls this first: the size that was asked for when
+ * buffer is one that is out, which then counts no longer as such; 0 for every other pointer.
+ */
+KZFI_HOST_API size_t kzfi_platform_note_free(const void* buffer);
+
+/** The size that was asked for of a buffer that is out; 0 for every other pointer. */
+KZFI_HOST_API size_t kzfi_platform_size_of(const void* buffer);
+
+/** Tells the watcher of all watched buffers that are out, and forgets all that are. */
+KZFI_HOST_API void kzfi_platform_report_left(void);
+
 #ifdef __cplusplus
 }
 #endif

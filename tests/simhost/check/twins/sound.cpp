@@ -1,0 +1,4 @@
+// Keeps all the rules.
+#include "twin.h"
+
+KZFI_TWIN(Sound)

@@ -1,0 +1,96 @@
+// Each check fails on its twin, and no unrelated one does.
+#include <gmock/gmock.h>
+
+#include <map>
+#include <set>
+#include <string>
+
+#include "check/check.h"
+#include "simhost/command.h"
+
+namespace {
+
+using kzfi_simhost::Json;
+
+/// Names and verdicts of the checks that did not pass and were not skipped.
+using Verdicts = std::map<std::string, std::string>;
+
+struct Twin {
+    const char* name;
+    Verdicts expected;
+};
+
+void PrintTo(const Twin& twin, std::ostream* out) {
+    *out << twin.name;
+}
+
+/// Where more than one check is named, the others cannot but see the same fault.
+const Twin TWINS[] = {
+    {"sound", {}},
+    {"load_symbols", {{"load.symbols", "fail"}}},
+    {"load_entry", {{"load.entry", "fail"}}},
+    {"load_quiet", {{"load.quiet", "fail"}}},
+    {"load_repeat", {{"load.repeat", "fail"}}},
+    {"operations_once", {{"operations.once", "crash"}}},
+};
+
+class CheckRun {
+  public:
+    Verdicts of(const std::string& provider, const std::vector<std::string>& options = {}) {
+        std::vector<std::string> arguments = {"check",  provider,
+                                              "--root", simhost.path("root"),
+                                              "--json", simhost.path("report.json")};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        result = simhost(arguments);
+        const Json report = Json::parse(kzfi_tests::readFile(simhost.path("report.json")));
+        Verdicts found;
+        for (const Json& check : report["checks"]) {
+            const std::string verdict = check["verdict"].get<std::string>();
+            if (verdict != "pass" && verdict != "skip") {
+                found[check["name"].get<std::string>()] = verdict;
+            }
+        }
+        return found;
+    }
+
+    kzfi_tests::CommandResult result;
+
+  private:
+    kzfi_tests::SimhostCommand simhost;
+};
+
+class TwinsTest : public testing::TestWithParam<Twin> {};
+
+TEST_P(TwinsTest, BreaksItsRuleAlone) {
+    CheckRun run;
+    const std::string file = std::string(KZFI_PROVIDERS "/twin_") + GetParam().name + ".so";
+    EXPECT_EQ(run.of(file, {"--config", KZFI_CHECK_CONFIG, "--deadline", "2"}), GetParam().expected)
+        << run.result.out << run.result.err;
+}
+
+INSTANTIATE_TEST_SUITE_P(All, TwinsTest, testing::ValuesIn(TWINS),
+                         [](const auto& twin) { return std::string(twin.param.name); });
+
+/// No check goes without a twin.
+TEST(Twins, AreThereForEveryCheck) {
+    std::set<std::string> twins;
+    for (const Twin& twin : TWINS) {
+        twins.insert(twin.name);
+    }
+    for (const kzfi_simhost::Check& check : kzfi_simhost::checks()) {
+        std::string name = check.name;
+        name.replace(name.find('.'), 1, "_");
+        EXPECT_EQ(twins.count(name), 1U) << check.name;
+    }
+}
+
+TEST(Samples, Pass) {
+    for (const char* const sample :
+         {KZFI_HELLO_FOLDER "/hello.so", KZFI_ROUTER_FOLDER "/router.so"}) {
+        CheckRun run;
+        EXPECT_EQ(run.of(sample), Verdicts()) << run.result.out << run.result.err;
+        EXPECT_EQ(run.result.status, 0) << sample;
+    }
+}
+
+} // namespace
