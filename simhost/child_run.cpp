@@ -26,6 +26,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 const int INTERNAL_ERROR = 70;
+const std::chrono::milliseconds TICK(200);
 // Some thirty years: more than the clock's own type could be too long for it.
 const double LONGEST_DEADLINE = 1e9;
 
@@ -142,12 +143,14 @@ class EventReader {
 class Watch {
   public:
     Watch(pid_t child, int processFd, int pipe, const EventListener& eventListener,
-          double firstDeadline)
+          const TickListener& tickListener, const HangListener& hangListener, double firstDeadline)
         : pid(child),
           process(processFd),
           events(pipe),
           pipeFd(pipe),
-          listener(eventListener) {
+          listener(eventListener),
+          tick(tickListener),
+          onHang(hangListener) {
         allow(firstDeadline);
     }
     Watch(const Watch&) = delete;
@@ -160,6 +163,9 @@ class Watch {
 
     ChildEnd run() {
         while (waitForSomething()) {
+        }
+        if (hung && onHang) {
+            onHang(pid);
         }
         endGroup();
         drain();
@@ -175,7 +181,8 @@ class Watch {
     }
 
     int millisecondsLeft() const {
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+        const Clock::time_point wake = tick ? std::min(deadline, nextTick) : deadline;
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(wake - Clock::now());
         return static_cast<int>(std::max<long>(0, std::min<long>(left.count(), 1000000)));
     }
 
@@ -186,6 +193,7 @@ class Watch {
         if (ready < 0) {
             return errno == EINTR;
         }
+        tickWhenDue();
         if (ready == 0) {
             hung = Clock::now() >= deadline;
             return !hung;
@@ -195,6 +203,13 @@ class Watch {
             deliver();
         }
         return watched[0].revents == 0;
+    }
+
+    void tickWhenDue() {
+        if (tick && Clock::now() >= nextTick) {
+            nextTick = Clock::now() + TICK;
+            tick();
+        }
     }
 
     /// What the child still said before it ended.
@@ -253,7 +268,10 @@ class Watch {
     EventReader events;
     const int pipeFd;
     const EventListener& listener;
+    const TickListener& tick;
+    const HangListener& onHang;
     Clock::time_point deadline;
+    Clock::time_point nextTick = Clock::now() + TICK;
     std::string privateUsr = "the child ended too early";
     bool lineOpen = true;
     bool hung = false;
@@ -292,7 +310,8 @@ std::string ChildEnd::inWords() const {
 }
 
 ChildEnd runInChild(const ChildWork& work, const EventListener& listener, double firstDeadline,
-                    const std::string& outputFile) {
+                    const std::string& outputFile, const TickListener& tick,
+                    const HangListener& onHang) {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0) {
         cannot("make a pipe");
@@ -317,7 +336,7 @@ ChildEnd runInChild(const ChildWork& work, const EventListener& listener, double
         kill(child, SIGKILL);
         cannot("watch a process");
     }
-    return Watch(child, process.get(), readEnd.get(), listener, firstDeadline).run();
+    return Watch(child, process.get(), readEnd.get(), listener, tick, onHang, firstDeadline).run();
 }
 
 } // namespace kzfi_simhost

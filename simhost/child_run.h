@@ -44,6 +44,13 @@ using ChildWork = std::function<void(const EventWriter&)>;
 /// must come.
 using EventListener = std::function<double(const Json& event)>;
 
+/// Called in the caller's process about five times a second while it waits.
+using TickListener = std::function<void()>;
+
+/// Called in the caller's process when the child has missed its deadline and is still there. The
+/// processes that it started are there as well.
+using HangListener = std::function<void(int process)>;
+
 /// Forks and runs work in the child: leader of a process group of its own, with a private /usr
 /// where the machine allows it, standard input empty, standard output and standard error appended
 /// to outputFile. Returns when the child and everything left in its process group is gone.
@@ -51,10 +58,11 @@ using EventListener = std::function<double(const Json& event)>;
 /// The caller must have one thread only. The child ends with the caller, and without running the
 /// handlers that the caller registered for its own exit. An exception that leaves work ends the
 /// child with status 70, its text in outputFile.
-/// Throws CannotRun when there is no child to be had. What listener throws passes, and the child is
-/// gone by then.
+/// Throws CannotRun when there is no child to be had. What listener, tick or onHang throws passes,
+/// and the child is gone by then.
 ChildEnd runInChild(const ChildWork& work, const EventListener& listener, double firstDeadline,
-                    const std::string& outputFile);
+                    const std::string& outputFile, const TickListener& tick = nullptr,
+                    const HangListener& onHang = nullptr);
 
 } // namespace kzfi_simhost
 

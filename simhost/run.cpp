@@ -1,5 +1,6 @@
 #include "run.h"
 
+#include <chrono>
 #include <filesystem>
 
 #include "child_run.h"
@@ -7,6 +8,8 @@
 
 namespace kzfi_simhost {
 namespace {
+
+using Clock = std::chrono::steady_clock;
 
 const std::size_t LAST_LINES = 6;
 
@@ -27,6 +30,7 @@ Stage stageOf(const Step& step) {
     stage.operation = step.operation;
     stage.line = step.line;
     stage.deadline = step.deadline;
+    stage.watch = step.watch;
     stage.expect = step.expect;
     return stage;
 }
@@ -40,10 +44,12 @@ Stage ownStage(const Scenario& scenario, const std::string& name) {
 
 class Runner {
   public:
-    Runner(const Scenario& newScenario, const HostRoot& newRoot, const StageListener& newListener)
+    Runner(const Scenario& newScenario, const HostRoot& newRoot, const StageListener& newListener,
+           const ProgressListener& newProgress)
         : scenario(newScenario),
           root(newRoot),
-          listener(newListener) {
+          listener(newListener),
+          progress(newProgress) {
         report.scenario = scenario.file;
         report.provider = scenario.provider;
         report.root = root.path();
@@ -60,9 +66,11 @@ class Runner {
         refuseHiddenProvider();
         placeFiles();
         std::filesystem::remove(root.outputFile());
-        const ChildEnd end = runInChild(
-            [&](const EventWriter& events) { drive(scenario, root, events); },
-            [&](const Json& event) { return hear(event); }, scenario.deadline, root.outputFile());
+        const TickListener tick = [&] { tell(); };
+        const ChildEnd end =
+            runInChild([&](const EventWriter& events) { drive(scenario, root, events); },
+                       [&](const Json& event) { return hear(event); }, scenario.deadline,
+                       root.outputFile(), progress ? tick : nullptr);
         if (!refusal.empty()) {
             throw CannotRun(refusal);
         }
@@ -102,9 +110,19 @@ class Runner {
         }
     }
 
+    /// That the stage which has begun and has no result yet goes on.
+    void tell() const {
+        const Stage& stage = report.stages[current];
+        if (begun && stage.result == Result::NOT_RUN) {
+            const std::chrono::duration<double> taken = Clock::now() - *begun;
+            progress(stage, taken.count());
+        }
+    }
+
     double hear(const Json& event) {
         if (event.contains("begin")) {
             current = event["begin"].get<std::size_t>();
+            begun = Clock::now();
             return report.stages.at(current).deadline;
         }
         if (event.contains("answer")) {
@@ -178,8 +196,10 @@ class Runner {
     const Scenario& scenario;
     const HostRoot& root;
     const StageListener& listener;
+    const ProgressListener& progress;
     RunReport report;
     std::size_t current = LOAD_STAGE;
+    std::optional<Clock::time_point> begun; ///< the current stage
     std::string refusal;
 };
 
@@ -223,9 +243,9 @@ double RunReport::seconds() const {
     return sum;
 }
 
-RunReport runScenario(const Scenario& scenario, const HostRoot& root,
-                      const StageListener& listener) {
-    return Runner(scenario, root, listener).run();
+RunReport runScenario(const Scenario& scenario, const HostRoot& root, const StageListener& listener,
+                      const ProgressListener& progress) {
+    return Runner(scenario, root, listener, progress).run();
 }
 
 } // namespace kzfi_simhost

@@ -31,6 +31,7 @@ struct Stage {
     std::string operation;
     int line = 0; ///< in the scenario; 0: none
     double deadline = 0;
+    std::string watch; ///< as in the step
     Expectation expect;
 
     Result result = Result::NOT_RUN;
@@ -63,9 +64,12 @@ struct RunReport {
 /// Told of every stage as soon as it has a result.
 using StageListener = std::function<void(const Stage& stage)>;
 
+/// Told about five times a second of the stage that is going on, and for how long it has been.
+using ProgressListener = std::function<void(const Stage& stage, double seconds)>;
+
 /// Runs the scenario in a child process. Throws CannotRun when the provider cannot be loaded.
-RunReport runScenario(const Scenario& scenario, const HostRoot& root,
-                      const StageListener& listener);
+RunReport runScenario(const Scenario& scenario, const HostRoot& root, const StageListener& listener,
+                      const ProgressListener& progress = nullptr);
 
 } // namespace kzfi_simhost
 

@@ -408,7 +408,7 @@ void Reader::readCall(const Node& name, const Node& arguments, Step& step) const
     const Operation* const operation = findOperation(name.Scalar());
     if (operation == nullptr) {
         fail(name, "unknown operation '" + name.Scalar() +
-                       "'; beside its operation a step has: expect, deadline, title");
+                       "'; beside its operation a step has: expect, deadline, title, watch");
     }
     if (!step.operation.empty()) {
         fail(name,
@@ -428,6 +428,8 @@ void Reader::readCall(const Node& name, const Node& arguments, Step& step) const
         return;
     }
     checkKeys(arguments, operation->name, known);
+        } else if (key == "watch") {
+            step.watch = pathBelowRoot(member.second, key);
     for (const Field& field : operation->fields) {
         if (const Node value = arguments[field.name]) {
             step.arguments[field.name] = argument(field, value);

@@ -41,6 +41,7 @@ struct Step {
     Expectation expect;
     std::string title;
     double deadline = 0; ///< seconds
+    std::string watch;   ///< path or glob below the root whose size is shown meanwhile; empty: none
     int line = 0;
 };
 

@@ -1,5 +1,8 @@
 #include "text_tools.h"
 
+#include <unicode/uchar.h>
+#include <unicode/utf8.h>
+
 #include <algorithm>
 #include <cstdio>
 
@@ -8,15 +11,29 @@
 namespace kzfi_simhost {
 namespace {
 
-bool continuesCharacter(char c) {
-    return (static_cast<unsigned char>(c) & 0xC0) == 0x80;
+/// Columns of a terminal that a character takes.
+std::size_t columnsOf(UChar32 character) {
+    const int kind = U_GET_GC_MASK(character);
+    if ((kind & (U_GC_MN_MASK | U_GC_ME_MASK | U_GC_CF_MASK)) != 0) {
+        return 0;
+    }
+    const int width = u_getIntPropertyValue(character, UCHAR_EAST_ASIAN_WIDTH);
+    return width == U_EA_WIDE || width == U_EA_FULLWIDTH ? 2 : 1;
 }
 
-/// The first count characters.
-std::string cut(const std::string& text, std::size_t count) {
+/// Goes over the character at place, a byte that is none included, and answers its columns.
+std::size_t pass(const std::string& text, std::size_t& place) {
+    UChar32 character = 0;
+    U8_NEXT(text.data(), place, text.size(), character);
+    return columnsOf(character < 0 ? UChar32(0xFFFD) : character);
+}
+
+/// What of the text fits into so many columns.
+std::string cut(const std::string& text, std::size_t columns) {
     std::size_t end = 0;
-    for (; end < text.size(); ++end) {
-        if (!continuesCharacter(text[end]) && count-- == 0) {
+    for (std::size_t next = 0, used = 0; next < text.size(); end = next) {
+        used += pass(text, next);
+        if (used > columns) {
             break;
         }
     }
@@ -46,8 +63,11 @@ std::string withoutLead(const std::string& line, std::size_t lead) {
 } // namespace
 
 std::size_t lengthOf(const std::string& text) {
-    return text.size() -
-           static_cast<std::size_t>(std::count_if(text.begin(), text.end(), continuesCharacter));
+    std::size_t columns = 0;
+    for (std::size_t place = 0; place < text.size();) {
+        columns += pass(text, place);
+    }
+    return columns;
 }
 
 std::string fitted(const std::string& text, std::size_t width) {
@@ -55,7 +75,8 @@ std::string fitted(const std::string& text, std::size_t width) {
     if (length <= width) {
         return text + std::string(width - length, ' ');
     }
-    return width > 3 ? cut(text, width - 3) + "..." : cut(text, width);
+    const std::string shown = width > 3 ? cut(text, width - 3) + "..." : cut(text, width);
+    return shown + std::string(width - lengthOf(shown), ' ');
 }
 
 std::vector<std::string> linesOf(const std::string& text) {
@@ -89,6 +110,12 @@ std::string harmless(const std::string& text) {
     return shown;
 }
 
+std::string oneRow(const std::string& text) {
+    std::string row = harmless(text);
+    std::replace(row.begin(), row.end(), '\n', ' ');
+    return row;
+}
+
 bool isFileName(const std::string& text) {
     return !text.empty() && text != "." && text != ".." && text.find('/') == std::string::npos;
 }
@@ -119,6 +146,19 @@ std::string timeText(double seconds) {
     } else {
         std::snprintf(text, sizeof text, "%.2f s", seconds);
     }
+    return text;
+}
+
+std::string sizeText(std::uintmax_t bytes) {
+    static const char* const units[] = {"B", "KiB", "MiB", "GiB", "TiB"};
+    double number = static_cast<double>(bytes);
+    std::size_t unit = 0;
+    // What would be rounded to 1024.0 counts as the next unit.
+    for (; number >= 1023.95 && unit + 1 < std::size(units); ++unit) {
+        number /= 1024;
+    }
+    char text[32];
+    std::snprintf(text, sizeof text, unit == 0 ? "%.0f %s" : "%.1f %s", number, units[unit]);
     return text;
 }
 

@@ -1,10 +1,13 @@
 #include "../run.h"
 
+#include <unistd.h>
+
 #include <fstream>
 #include <iostream>
 #include <memory>
 
 #include "../host_root.h"
+#include "../live_stage.h"
 #include "../report.h"
 #include "../text_tools.h"
 #include "commands.h"
@@ -30,13 +33,27 @@ void printTrace(const std::string& path) {
     }
 }
 
+/// Shows on a terminal, and only there, what goes on meanwhile.
+RunReport runOnConsole(const Scenario& scenario, const HostRoot& root, ConsoleReport& console) {
+    LiveStage live(std::cout, STDOUT_FILENO, root);
+    const ProgressListener show = [&](const Stage& stage, double seconds) {
+        live.show(stage, seconds);
+    };
+    return runScenario(
+        scenario, root,
+        [&](const Stage& stage) {
+            live.erase();
+            console.stage(stage);
+        },
+        isatty(STDOUT_FILENO) != 0 ? show : nullptr);
+}
+
 int run(const Options& options) {
     const Scenario scenario = readScenario(options.scenario);
     const HostRoot root(options.root);
     ConsoleReport console(std::cout, useColours(options.colour));
     console.begin(scenario, root);
-    const RunReport report =
-        runScenario(scenario, root, [&](const Stage& stage) { console.stage(stage); });
+    const RunReport report = runOnConsole(scenario, root, console);
     console.end(report);
     if (options.tree) {
         console.tree(report);

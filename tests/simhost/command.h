@@ -46,10 +46,15 @@ class SimhostCommand {
         return result;
     }
 
-    /// Writes a scenario for one of the tests' providers and runs it under the folder "root".
+    /// Writes a scenario for one of the tests' providers.
+    void place(const std::string& provider, const std::string& rest) const {
+        writeFile(scenario(), "provider: " KZFI_PROVIDERS "/" + provider + ".so\n" + rest);
+    }
+
+    /// Does so and runs it under the folder "root".
     CommandResult run(const std::string& provider, const std::string& rest,
                       const std::vector<std::string>& options = {}) const {
-        writeFile(scenario(), "provider: " KZFI_PROVIDERS "/" + provider + ".so\n" + rest);
+        place(provider, rest);
         std::vector<std::string> arguments = {"run", scenario(), "--root", folder.path("root")};
         arguments.insert(arguments.end(), options.begin(), options.end());
         return (*this)(arguments);

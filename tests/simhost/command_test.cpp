@@ -36,7 +36,7 @@ TEST_F(CommandTest, ABadScenarioIsTwoAndNamesThePlace) {
     EXPECT_EQ(result.out, "");
     EXPECT_EQ(result.err, "kzfi-simhost: " + simhost.scenario() +
                               ":3: unknown operation 'frobnicate'; beside its operation a step "
-                              "has: expect, deadline, title\n");
+                              "has: expect, deadline, title, watch\n");
 }
 
 TEST_F(CommandTest, AMissingScenarioIsTwo) {

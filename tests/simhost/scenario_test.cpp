@@ -216,7 +216,7 @@ INSTANTIATE_TEST_SUITE_P(
         Bad{"provider: ''\n", "s.yaml:1: provider must not be empty"},
         Bad{"provider: p\nprovder: q\n",
             "s.yaml:2: unknown key 'provder' in the scenario; known: provider, name, fimName, "
-            "language, catalogues, trace, deadline, files, nodes, steps"},
+            "language, catalogues, trace, deadline, credentials, files, nodes, steps"},
         Bad{"provider: p\nname: a\nname: b\n", "s.yaml:3: the scenario holds 'name' twice"},
         Bad{"provider: p\nname: {a: b}\n", "s.yaml:2: name must be a text"},
         Bad{"provider: p\ntrace: 6\n", "s.yaml:2: trace must be a map"},
@@ -285,13 +285,13 @@ INSTANTIATE_TEST_SUITE_P(
         Bad{"provider: p\nsteps:\n  - {title: x}\n", "s.yaml:3: the step names no operation"},
         Bad{"provider: p\nsteps:\n  - init:\n    exepct: {}\n",
             "s.yaml:4: unknown operation 'exepct'; beside its operation a step has: expect, "
-            "deadline, title"},
+            "deadline, title, watch"},
         Bad{"provider: p\nsteps:\n  - frobnicate\n",
             "s.yaml:3: unknown operation 'frobnicate'; beside its operation a step has: expect, "
-            "deadline, title"},
+            "deadline, title, watch"},
         Bad{"provider: p\nsteps:\n  - ~CFiPluginBase\n",
             "s.yaml:3: unknown operation '~CFiPluginBase'; beside its operation a step has: "
-            "expect, deadline, title"},
+            "expect, deadline, title, watch"},
         Bad{"provider: p\nsteps:\n  - init:\n    fini:\n",
             "s.yaml:4: the step names two operations, 'init' and 'fini'"},
         Bad{"provider: p\nsteps:\n  - init: {x: 1}\n",

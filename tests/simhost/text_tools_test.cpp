@@ -7,11 +7,14 @@ namespace {
 using namespace kzfi_simhost;
 using testing::ElementsAre;
 
-TEST(TextToolsTest, LengthCountsCharacters) {
+TEST(TextToolsTest, LengthCountsColumns) {
     EXPECT_EQ(lengthOf(""), 0u);
     EXPECT_EQ(lengthOf("abc"), 3u);
     EXPECT_EQ(lengthOf("für"), 3u);
-    EXPECT_EQ(lengthOf("€😀"), 2u);
+    EXPECT_EQ(lengthOf("€"), 1u);
+    EXPECT_EQ(lengthOf("快"), 2u);
+    EXPECT_EQ(lengthOf("e\xCC\x81"), 1u);
+    EXPECT_EQ(lengthOf("a\xff"), 2u);
 }
 
 TEST(TextToolsTest, FittedFillsOrCuts) {
@@ -21,6 +24,8 @@ TEST(TextToolsTest, FittedFillsOrCuts) {
     EXPECT_EQ(fitted("üüüüüüü", 6), "üüü...");
     EXPECT_EQ(fitted("abcdefg", 2), "ab");
     EXPECT_EQ(fitted("", 0), "");
+    EXPECT_EQ(fitted("快快快", 5), "快...");
+    EXPECT_EQ(fitted("快快快", 4), "... ");
 }
 
 TEST(TextToolsTest, LinesEndAtLineEnds) {
@@ -50,6 +55,20 @@ TEST(TextToolsTest, LongLinesShowWhereTheyDiffer) {
                 ElementsAre("...xxxxxxxxxx1       | ...xxxxxxxxxx2"));
     EXPECT_THAT(sideBySide(shared, shared + "2", 20),
                 ElementsAre("...xxxxxxxxxx        | ...xxxxxxxxxx2"));
+}
+
+TEST(TextToolsTest, OneRowHasNoLineEnds) {
+    EXPECT_EQ(oneRow("a\nb\033"), "a b\\x1b");
+}
+
+TEST(TextToolsTest, SizesAreReadable) {
+    EXPECT_EQ(sizeText(0), "0 B");
+    EXPECT_EQ(sizeText(1023), "1023 B");
+    EXPECT_EQ(sizeText(1024), "1.0 KiB");
+    EXPECT_EQ(sizeText((1 << 20) - 1), "1.0 MiB");
+    EXPECT_EQ(sizeText(64ull << 20), "64.0 MiB");
+    EXPECT_EQ(sizeText(3ull << 40), "3.0 TiB");
+    EXPECT_EQ(sizeText(5000ull << 40), "5000.0 TiB");
 }
 
 TEST(TextToolsTest, TimesAreReadable) {

@@ -6,6 +6,8 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
+#include <fstream>
 #include <functional>
 #include <map>
 #include <stdexcept>
@@ -56,6 +58,20 @@ void writeEverywhere() {
     }
 }
 
+/// Writes 256 KiB below the root, in steps, within 1.6 seconds.
+void growSlowly() {
+    char* root = nullptr;
+    kzfi_get_install_root(&root);
+    const std::string folder = std::string(root) + "/grown";
+    kzfi_free_buf(root, std::strlen(root) + 1);
+    mkdir(folder.c_str(), 0755);
+    std::ofstream file(folder + "/target", std::ios::binary);
+    for (int i = 0; i < 16; ++i) {
+        usleep(100000);
+        file << std::string(16384, 'x') << std::flush;
+    }
+}
+
 const std::map<std::string, std::function<void()>> deeds = {
     {"abort", [] { std::abort(); }},
     {"segv", [] { raise(SIGSEGV); }},
@@ -69,6 +85,7 @@ const std::map<std::string, std::function<void()>> deeds = {
     {"litter", [] { litter(); }},
     {"close everything", [] { closeEverything(); }},
     {"write everywhere", [] { writeEverywhere(); }},
+    {"grow slowly", [] { growSlowly(); }},
     {"print", [] { std::puts("printed by the provider"); }},
 };
 
