@@ -47,7 +47,7 @@ struct KZFI_PDK_API EFiExecPipe {
 /// called from other threads meanwhile.
 /// Ownership: holds everything by value.
 /// Errors: operations return 0 or the code of EFiExecPipe and record it; a success does not clear
-/// the record. Nothing is thrown but std::bad_alloc.
+/// the record. Nothing is thrown but std::bad_alloc and what a handler of the trace log throws.
 class KZFI_PDK_API CFiExecPipeBase : public virtual CFiTraceable {
   public:
     /// Bit 0 of runFlags: Exec() ends with a Close(), so that no child is left behind by a time
