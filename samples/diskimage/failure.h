@@ -25,7 +25,8 @@ enum Reason {
     ABORTED = 22,
     UNDER_WAY = 23,
     FILE_FAILED = 24,
-    NOT_ITS_TARGET = 25
+    NOT_ITS_TARGET = 25,
+    NO_TOOL = 26
 };
 
 /// Why a device cannot be worked on. what() is for the trace log.

@@ -16,7 +16,10 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 // Codes of EFiExecPipe.
+const int NO_PIPE = 1;
+const int NO_PROCESS = 4;
 const int TIMED_OUT = 5;
+const int NOT_EXECUTABLE = 7;
 
 // The tool writes its progress without newlines. In pieces no longer than this each step of it is
 // a line of its own, behind which an abort acts.
@@ -100,7 +103,8 @@ class QemuImg::Run : public CFiExecPipePosix {
         const int result = Exec(command, pieces, "", static_cast<unsigned long>(limit), "", "", "");
         std::string output;
         for (const std::string& piece : pieces) {
-            output += piece;
+            // Run by the framework, the lines come without their newlines.
+            output += IsChildContext() ? piece + "\n" : piece;
         }
         if (result != 0) {
             throw failureOf(result, wordsIn(output));
@@ -113,12 +117,16 @@ class QemuImg::Run : public CFiExecPipePosix {
         if (IsAbortRequested()) {
             return Failure(ABORTED, {owner.program});
         }
-        const std::wstring ending = getLastError().message;
-        if (words.empty()) {
-            words = ending.empty() ? "-" : std::string(ending.begin(), ending.end());
+        if (result == NO_PIPE || result == NO_PROCESS || result == NOT_EXECUTABLE) {
+            return Failure(NO_TOOL, {owner.program});
         }
         if (result == TIMED_OUT) {
+            words = words.empty() ? "-" : words;
             return Failure(TOO_SLOW, {owner.program, std::to_string(limit), words});
+        }
+        if (words.empty()) {
+            const std::wstring ending = getLastError().message;
+            words = std::string(ending.begin(), ending.end());
         }
         return Failure(TOOL_FAILED, {owner.program, words});
     }

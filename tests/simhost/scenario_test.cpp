@@ -124,6 +124,23 @@ TEST_F(ScenarioTest, FilesAreBelowTheRoot) {
     EXPECT_EQ(scenario.files[1].line, 4);
 }
 
+TEST_F(ScenarioTest, CredentialsAreATextAsItIs) {
+    EXPECT_FALSE(read("provider: p.so\n").credentials.has_value());
+    EXPECT_EQ(read("provider: p.so\ncredentials: ''\n").credentials, "");
+    EXPECT_EQ(read("provider: p.so\n"
+                   "credentials: |\n"
+                   "  [A\\B_C\\D]\n"
+                   "  \"HOSTNAME\"=\"h\"\n")
+                  .credentials,
+              "[A\\B_C\\D]\n\"HOSTNAME\"=\"h\"\n");
+}
+
+TEST_F(ScenarioTest, StepsOfTheHostsOwnHavePathsBelowTheRoot) {
+    const Step step = onlyStep("- host compare: {path: ./a//b, with: ..c}");
+    EXPECT_EQ(step.operation, "host compare");
+    EXPECT_EQ(step.arguments, Json({{"path", "a/b"}, {"with", "..c"}}));
+}
+
 TEST_F(ScenarioTest, AfterAnInterposeStepThereMayBeNodesThatTheScenarioDoesNotKnow) {
     const Scenario scenario = read("provider: p.so\n"
                                    "nodes: [{name: a}]\n"
@@ -237,6 +254,17 @@ INSTANTIATE_TEST_SUITE_P(
             "s.yaml:2: deadline must be a number of seconds above 0, not 'soon'"},
         Bad{"provider: p\ndeadline: inf\n",
             "s.yaml:2: deadline must be a number of seconds above 0, not 'inf'"},
+        Bad{"provider: p\nsteps: [host list]\n", "s.yaml:2: host list needs the field 'folder'"},
+        Bad{"provider: p\nsteps:\n- host compare: {path: a}\n",
+            "s.yaml:3: host compare needs the field 'with'"},
+        Bad{"provider: p\nsteps:\n- host fill: 3\n", "s.yaml:3: host fill needs the field 'path'"},
+        Bad{"provider: p\nsteps:\n- host fill: {path: a/../../b}\n",
+            "s.yaml:3: path: 'a/../../b' is no path of a file below the root"},
+        Bad{"provider: p\nsteps:\n- host list: {folder: /etc}\n",
+            "s.yaml:3: folder: '/etc' is no path of a file below the root"},
+        Bad{"provider: p\nsteps:\n- host list: {folder: null}\n",
+            "s.yaml:3: folder: '' is no path of a file below the root"},
+        Bad{"provider: p\ncredentials: [a]\n", "s.yaml:2: credentials must be a text"},
         Bad{"provider: p\nfiles: [a]\n", "s.yaml:2: files must be a map"},
         Bad{"provider: p\nfiles:\n  a: [b]\n", "s.yaml:3: file 'a' must be a text"},
         Bad{"provider: p\nfiles:\n  /a: b\n",
