@@ -12,8 +12,8 @@
 #   resources/libacme/root.res, de.res  its message catalogue "acme" (see KzfiCatalogs.cmake)
 #   acme.yaml                           the scenario, which names the two by these paths
 #
-# and the test acme.acme, named after provider and scenario: the scenario, in a root of its own below
-# acme_roots/.
+# and the tests acme.acme, the scenario (a test is named after provider and scenario), and acme.check,
+# all checks of kzfi-simhost; each has a fresh root below acme_roots/.
 include("${CMAKE_CURRENT_LIST_DIR}/KzfiCatalogs.cmake")
 
 # The provider exports its entry alone, and the host can unload it again: g++ would otherwise mark
@@ -45,39 +45,57 @@ function(kzfi_add_provider name)
     endif()
 endfunction()
 
-# CTest sees the tests when the project calls enable_testing(). They run kzfi-simhost.
+# kzfi_add_provider_tests(name SCENARIOS file... [CHECK_CONFIG file])
+#
+# CHECK_CONFIG is what kzfi-simhost check takes as --config. CTest sees the tests when the project
+# calls enable_testing().
 function(kzfi_add_provider_tests name)
-    cmake_parse_arguments(PARSE_ARGV 1 TESTS "" "" "SCENARIOS")
+    cmake_parse_arguments(PARSE_ARGV 1 TESTS "" "CHECK_CONFIG" "SCENARIOS")
     if(NOT TARGET ${name} OR NOT TESTS_SCENARIOS OR TESTS_UNPARSED_ARGUMENTS)
-        message(FATAL_ERROR "kzfi_add_provider_tests(<provider> SCENARIOS <file>...)")
+        message(FATAL_ERROR
+            "kzfi_add_provider_tests(<provider> SCENARIOS <file>... [CHECK_CONFIG <file>])")
     endif()
     if(NOT TARGET kzfi::simhost)
         message(FATAL_ERROR "kzfi_add_provider_tests: there is no kzfi-simhost (package kzfi-simhost)")
     endif()
 
     set(copies)
-    foreach(scenario IN LISTS TESTS_SCENARIOS)
-        get_filename_component(scenario "${scenario}" ABSOLUTE)
-        get_filename_component(file "${scenario}" NAME)
-        get_filename_component(stem "${scenario}" NAME_WLE)
-        set(copy "${CMAKE_CURRENT_BINARY_DIR}/${file}")
+    foreach(file IN LISTS TESTS_SCENARIOS TESTS_CHECK_CONFIG)
+        get_filename_component(file "${file}" ABSOLUTE)
+        get_filename_component(base "${file}" NAME)
+        set(copy "${CMAKE_CURRENT_BINARY_DIR}/${base}")
         add_custom_command(OUTPUT "${copy}"
-            COMMAND ${CMAKE_COMMAND} -E copy "${scenario}" "${copy}"
-            DEPENDS "${scenario}"
+            COMMAND ${CMAKE_COMMAND} -E copy "${file}" "${copy}"
+            DEPENDS "${file}"
             VERBATIM)
         list(APPEND copies "${copy}")
-        # rm: what an earlier run left would be there for this one, too.
-        add_test(NAME ${name}.${stem}
-            COMMAND sh -c "rm -rf \"$1\" && mkdir -p \"$1\" && exec \"$0\" run \"$2\" --root \"$1\""
-                "$<TARGET_FILE:kzfi::simhost>" "${CMAKE_CURRENT_BINARY_DIR}/${name}_roots/${stem}"
-                "${copy}")
-        kzfi_set_test_paths(${name}.${stem})
     endforeach()
     add_custom_target(${name}_scenarios DEPENDS ${copies})
     add_dependencies(${name} ${name}_scenarios)
+
+    foreach(scenario IN LISTS TESTS_SCENARIOS)
+        get_filename_component(stem "${scenario}" NAME_WLE)
+        get_filename_component(base "${scenario}" NAME)
+        kzfi_add_simhost_test(${name} ${stem} run "${CMAKE_CURRENT_BINARY_DIR}/${base}")
+    endforeach()
+    set(check check "$<TARGET_FILE:${name}>")
+    if(TESTS_CHECK_CONFIG)
+        get_filename_component(base "${TESTS_CHECK_CONFIG}" NAME)
+        list(APPEND check --config "${CMAKE_CURRENT_BINARY_DIR}/${base}")
+    endif()
+    kzfi_add_simhost_test(${name} check ${check})
 endfunction()
 
-# kzfi-simhost finds its libraries beside the kit's, in whatever folder the kit was unpacked.
+# The test provider.test: kzfi-simhost with these arguments, in a fresh root.
+function(kzfi_add_simhost_test provider test)
+    set(root "${CMAKE_CURRENT_BINARY_DIR}/${provider}_roots/${test}")
+    add_test(NAME ${provider}.${test}
+        COMMAND sh -c "rm -rf \"$0\" && mkdir -p \"$0\" && exec \"$@\" --root \"$0\"" "${root}"
+            "$<TARGET_FILE:kzfi::simhost>" ${ARGN})
+    kzfi_set_test_paths(${provider}.${test})
+endfunction()
+
+# The programs find their libraries beside the kit's, in whatever folder the kit was unpacked.
 function(kzfi_set_test_paths test)
     set_tests_properties(${test} PROPERTIES
         ENVIRONMENT_MODIFICATION "LD_LIBRARY_PATH=path_list_prepend:$<TARGET_FILE_DIR:kzfi::pdk>")
