@@ -14,6 +14,7 @@ int main(int count, char** arguments) {
     addRunCommand(app, action);
     addDescribeCommand(app, action);
     addOperationsCommand(app, action);
+    addCheckCommand(app, action);
     addTraceCommand(app, action);
     app.require_subcommand(1);
     try {

@@ -35,6 +35,7 @@ class Reader {
     explicit Reader(const std::string& path) : file(path), folder(parentOf(path)) {}
 
     Scenario read();
+    Scenario readForCheck(const std::string& provider);
 
   private:
     using Node = YAML::Node;
@@ -69,6 +70,7 @@ class Reader {
     Json expectedValue(const Node& node, const std::string& what) const;
 
     void readHead(const Node& root);
+    void readSteps(const Node& root, const char* key);
     void readTrace(const Node& node);
     void readFiles(const Node& node);
     std::string pathBelowRoot(const Node& node, const std::string& what) const;
@@ -238,25 +240,57 @@ Scenario Reader::read() {
     checkKeys(root, "the scenario",
               {"provider", "name", "fimName", "language", "catalogues", "trace", "deadline",
                "credentials", "files", "nodes", "steps"});
-    readHead(root);
-    if (const Node nodes = root["nodes"]) {
-        readNodes(nodes);
-    }
-    if (const Node steps = root["steps"]) {
-        for (const Node& step : checkList(steps, "steps")) {
-            scenario.steps.push_back(readStep(step));
-            interposes = interposes || scenario.steps.back().operation == "interpose";
-        }
-    }
-    return scenario;
-}
-
-void Reader::readHead(const Node& root) {
     if (!root["provider"]) {
         fail(root, "the scenario names no provider");
     }
     scenario.provider = path(root["provider"], "provider");
     scenario.providerLine = lineOf(root["provider"]);
+    readHead(root);
+    if (const Node nodes = root["nodes"]) {
+        readNodes(nodes);
+    }
+    readSteps(root, "steps");
+    return scenario;
+}
+
+Scenario Reader::readForCheck(const std::string& provider) {
+    const Node root = load();
+    scenario.file = file;
+    scenario.provider = provider;
+    scenario.deadline = DEFAULT_CHECK_DEADLINE;
+    if (root.IsNull()) {
+        fail(1, "the configuration is empty");
+    }
+    checkKeys(root, "the configuration",
+              {"name", "fimName", "language", "catalogues", "trace", "deadline", "credentials",
+               "files", "nodes", "claims", "decoys", "snapshot"});
+    readHead(root);
+    if (!root["nodes"] || root["nodes"].size() == 0) {
+        fail(root, "the configuration has no nodes");
+    }
+    readNodes(root["nodes"]);
+    if (const Node claims = root["claims"]) {
+        scenario.claims = textOrTexts(claims, "claims");
+    }
+    if (const Node decoys = root["decoys"]) {
+        scenario.decoys = textOrTexts(decoys, "decoys");
+    }
+    readSteps(root, "snapshot");
+    return scenario;
+}
+
+void Reader::readSteps(const Node& root, const char* key) {
+    const Node steps = root[key];
+    if (!steps) {
+        return;
+    }
+    for (const Node& step : checkList(steps, key)) {
+        scenario.steps.push_back(readStep(step));
+        interposes = interposes || scenario.steps.back().operation == "interpose";
+    }
+}
+
+void Reader::readHead(const Node& root) {
     if (const Node name = root["name"]) {
         scenario.name = text(name, "name");
         if (!isFileName(*scenario.name)) {
@@ -394,6 +428,8 @@ Step Reader::readStep(const Node& node) const {
             step.deadline = seconds(member.second, key);
         } else if (key == "title") {
             step.title = text(member.second, key);
+        } else if (key == "watch") {
+            step.watch = pathBelowRoot(member.second, key);
         } else {
             readCall(member.first, member.second, step);
         }
@@ -428,8 +464,6 @@ void Reader::readCall(const Node& name, const Node& arguments, Step& step) const
         return;
     }
     checkKeys(arguments, operation->name, known);
-        } else if (key == "watch") {
-            step.watch = pathBelowRoot(member.second, key);
     for (const Field& field : operation->fields) {
         if (const Node value = arguments[field.name]) {
             step.arguments[field.name] = argument(field, value);
@@ -515,6 +549,10 @@ std::string shortForm(const Json& value) {
 
 Scenario readScenario(const std::string& path) {
     return Reader(path).read();
+}
+
+Scenario readCheckConfig(const std::string& path, const std::string& provider) {
+    return Reader(path).readForCheck(provider);
 }
 
 std::string noSuchNode(const std::string& field, const std::string& name,

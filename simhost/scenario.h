@@ -60,11 +60,21 @@ struct Scenario {
     std::vector<ScenarioFile> files;
     std::vector<ScenarioNode> nodes;
     std::vector<Step> steps;
+    // Of the checker's configuration only.
+    std::vector<std::string> claims; ///< objects that the provider claims
+    std::vector<std::string> decoys; ///< objects that it must refuse
 };
 
 /// Reads a scenario file; relative paths in it become relative to its folder. docs/scenario.md
 /// tells what it may hold. Throws CannotRun with "FILE:LINE: REASON".
 Scenario readScenario(const std::string& path);
+
+/// Reads the checker's configuration of a provider in the same way; docs/checker.md tells what it
+/// may hold. Its snapshot flow is in steps.
+Scenario readCheckConfig(const std::string& path, const std::string& provider);
+
+/// Seconds that an operation may take during a check where nothing else is said.
+inline constexpr double DEFAULT_CHECK_DEADLINE = 10;
 
 /// "FILE:LINE: REASON", the form of every complaint about a scenario.
 std::string at(const Scenario& scenario, int line, const std::string& reason);

@@ -92,10 +92,19 @@ void CheckContext::skipUnlessImplemented(const std::string& operation, const Jso
     skip(SkipReason::NOT_IMPLEMENTED, operation);
 }
 
-void CheckContext::report(const std::vector<Finding>& list) {
+void CheckContext::report(const std::vector<Finding>& list, const std::string& by) {
     for (const Finding& finding : list) {
-        found(finding.fails ? "fail" : "warn", finding.text);
+        found(finding.fails ? "fail" : "warn", (by.empty() ? "" : by + ": ") + finding.text);
     }
+}
+
+void CheckContext::lookAtBuffers(const std::string& what) {
+    report(watch.buffers->findings(), what);
+}
+
+void CheckContext::lookAround(const std::string& what) {
+    report(watch.surroundings->lastingChanges(), what);
+    watch.surroundings->takeLastingChanges();
 }
 
 std::string CheckContext::traceFile() const {
@@ -250,6 +259,13 @@ Outcome CheckContext::callOn(HostContext& target, const std::string& operation,
         outcome.exception = thrown;
     }
     return outcome;
+}
+
+kfi_domain* CheckContext::stranger(const std::string& name) {
+    LooseNode& node = strangers.emplace_back();
+    node.record.objid = objectId(name);
+    node.record.support_level = &node.supportLevel;
+    return &node.record;
 }
 
 std::vector<Step> CheckContext::harmlessCalls() const {

@@ -2,7 +2,7 @@
 #ifndef KZFI_SIMHOST_CHECK_CONTEXT_H
 #define KZFI_SIMHOST_CHECK_CONTEXT_H
 
-#include <chrono>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -84,6 +84,17 @@ class CheckContext {
     /// The same on the host of another().
     Outcome callOn(HostContext& host, const std::string& operation, const Json& arguments = {});
 
+    /// A node record of this name that the provider was never given; it lives as long as this.
+    kfi_domain* stranger(const std::string& name);
+
+    // ---- What the host watches; the runner looks at all of it at the end
+
+    /// Reports what was done to buffers since the last look, as done by what.
+    void lookAtBuffers(const std::string& what);
+    /// Reports how environment, working directory, umask, locale and signals have changed since the
+    /// last look, as changed by what.
+    void lookAround(const std::string& what);
+
     /// Every operation once on harmless arguments and the first node, but for init and fini; from
     /// initNode to deInitNode.
     std::vector<Step> harmlessCalls() const;
@@ -100,7 +111,7 @@ class CheckContext {
     void found(const char* severity, const std::string& text);
     void release();
     void unload();
-    void report(const std::vector<Finding>& findings);
+    void report(const std::vector<Finding>& findings, const std::string& by = "");
     std::string traceFile() const;
 
     const Scenario& scenario;
@@ -108,6 +119,11 @@ class CheckContext {
     const EventWriter& events;
     std::mutex sending;
     std::string traceName;
+    struct LooseNode {
+        kfi_domain record = {};
+        int32_t supportLevel = 0;
+    };
+    std::deque<LooseNode> strangers;
     HostWatch watch;
     std::unique_ptr<ProviderLibrary> library;
     std::unique_ptr<HostContext> host;

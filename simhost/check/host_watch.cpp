@@ -216,28 +216,39 @@ void judgeLeft(Pointer& pointer, const std::string& what, std::vector<Finding>& 
 
 } // namespace
 
+Surroundings::Lasting Surroundings::lastingNow() {
+    return {environmentNow(), signalsNow(), folderNow(), localeNow(), maskNow()};
+}
+
 Surroundings::Surroundings()
-    : environment(environmentNow()),
+    : lasting(lastingNow()),
       descriptors(descriptorsNow()),
-      signals(signalsNow()),
-      threads(threadsNow()),
-      folder(folderNow()),
-      locale(localeNow()),
-      mask(maskNow()) {}
+      threads(threadsNow()) {}
+
+std::vector<Finding> Surroundings::lastingChanges() const {
+    const Lasting now = lastingNow();
+    std::vector<Finding> found;
+    compare(lasting.environment, now.environment, "the environment now has ",
+            "the environment no longer has ", found);
+    compareText(lasting.folder, now.folder, "the working directory", found);
+    compareText(lasting.locale, now.locale, "the locale", found);
+    compareText(octal(lasting.mask), octal(now.mask), "the umask", found);
+    for (std::size_t i = 0; i < lasting.signals.size() && i < now.signals.size(); ++i) {
+        compareText(lasting.signals[i], now.signals[i], "the treatment of a signal", found);
+    }
+    return found;
+}
+
+void Surroundings::takeLastingChanges() {
+    lasting = lastingNow();
+}
 
 std::vector<Finding> Surroundings::changes() const {
-    std::vector<Finding> found;
-    compare(environment, environmentNow(), "environment: there is now ",
-            "environment: there is no longer ", found);
-    compare(descriptors, descriptorsNow(), "descriptor left open: ", "descriptor closed: ", found);
-    compare(threads, settledThreads(threads), "thread left running: ", "thread gone: ", found);
-    compareText(folder, folderNow(), "the working directory", found);
-    compareText(locale, localeNow(), "the locale", found);
-    compareText(octal(mask), octal(maskNow()), "the umask", found);
-    const Lines now = signalsNow();
-    for (std::size_t i = 0; i < signals.size() && i < now.size(); ++i) {
-        compareText(signals[i], now[i], "the treatment of a signal", found);
-    }
+    std::vector<Finding> found = lastingChanges();
+    compare(descriptors, descriptorsNow(),
+            "a descriptor was left open: ", "a descriptor was closed: ", found);
+    compare(threads, settledThreads(threads),
+            "a thread was left running: ", "a thread is gone: ", found);
     return found;
 }
 

@@ -23,15 +23,25 @@ class Surroundings {
 
     /// What is different now, a line each.
     std::vector<Finding> changes() const;
+    /// The same without descriptors and threads, which a provider may have between init and fini.
+    std::vector<Finding> lastingChanges() const;
+    /// What lastingChanges() gives now counts as known.
+    void takeLastingChanges();
 
   private:
-    std::vector<std::string> environment;
+    /// What belongs to the whole process and to nobody in it.
+    struct Lasting {
+        std::vector<std::string> environment;
+        std::vector<std::string> signals;
+        std::string folder;
+        std::string locale;
+        unsigned mask;
+    };
+    static Lasting lastingNow();
+
+    Lasting lasting;
     std::vector<std::string> descriptors;
-    std::vector<std::string> signals;
     std::vector<std::string> threads;
-    std::string folder;
-    std::string locale;
-    unsigned mask;
 };
 
 /// Holds the trace log and the managers that a provider was given, to see whether it gives every

@@ -22,6 +22,7 @@ using Action = std::function<int()>;
 void addRunCommand(CLI::App& app, Action& action);
 void addDescribeCommand(CLI::App& app, Action& action);
 void addOperationsCommand(CLI::App& app, Action& action);
+void addCheckCommand(CLI::App& app, Action& action);
 void addTraceCommand(CLI::App& app, Action& action);
 
 /// The option --root of every subcommand that runs a provider.

@@ -32,6 +32,16 @@ const Twin TWINS[] = {
     {"load_quiet", {{"load.quiet", "fail"}}},
     {"load_repeat", {{"load.repeat", "fail"}}},
     {"operations_once", {{"operations.once", "crash"}}},
+    {"operations_null", {{"operations.null", "crash"}}},
+    {"operations_unknown_node", {{"operations.unknown_node", "fail"}}},
+    {"operations_not_implemented_stable", {{"operations.not_implemented_stable", "fail"}}},
+    {"operations_statuses", {{"operations.statuses", "fail"}}},
+    {"operations_outputs_on_error", {{"operations.outputs_on_error", "fail"}}},
+    {"operations_exceptions", {{"operations.exceptions", "exception"}}},
+    {"watch_buffers", {{"watch.buffers", "fail"}}},
+    {"watch_references", {{"watch.references", "fail"}}},
+    {"watch_trace", {{"watch.trace", "fail"}}},
+    {"watch_environment", {{"watch.environment", "fail"}}},
 };
 
 class CheckRun {
@@ -88,7 +98,9 @@ TEST(Samples, Pass) {
     for (const char* const sample :
          {KZFI_HELLO_FOLDER "/hello.so", KZFI_ROUTER_FOLDER "/router.so"}) {
         CheckRun run;
-        EXPECT_EQ(run.of(sample), Verdicts()) << run.result.out << run.result.err;
+        for (const auto& check : run.of(sample)) {
+            EXPECT_EQ(check.second, "warn") << run.result.out << run.result.err;
+        }
         EXPECT_EQ(run.result.status, 0) << sample;
     }
 }

@@ -18,6 +18,7 @@
 
 #include <map>
 #include <mutex>
+#include <stdexcept>
 #include <string>
 
 #include "cfipluginbase.h"
@@ -75,7 +76,11 @@ class SoundMessages : public CFiMessageCatalogFactory {
     std::string getDefaultLanguage() override { return "en"; }
     CFiMessagePtr createMessage(kfi_msg_info* info) override {
         CFiMessagePtr message(new CFiIcuMessage);
-        message->deserialize(info);
+        try {
+            message->deserialize(info);
+        } catch (const std::out_of_range&) {
+            // A text that ends too early: the message has what came before.
+        }
         return message;
     }
 };
