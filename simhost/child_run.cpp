@@ -5,6 +5,7 @@
 #include <signal.h>
 
 #include <sys/prctl.h>
+#include <sys/signalfd.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -47,6 +48,10 @@ class Descriptor {
     ~Descriptor() { reset(); }
 
     int get() const { return fd; }
+    void take(int number) {
+        reset();
+        fd = number;
+    }
     void reset() {
         if (fd >= 0) {
             close(fd);
@@ -56,6 +61,47 @@ class Descriptor {
 
   private:
     int fd;
+};
+
+/// While it lives, the signals that end the command wait in a descriptor. Those that the command
+/// ignores or has blocked stay so.
+class EndingSignals {
+  public:
+    EndingSignals() {
+        sigset_t awaited;
+        sigemptyset(&awaited);
+        sigprocmask(SIG_BLOCK, nullptr, &before);
+        for (const int number : {SIGHUP, SIGINT, SIGTERM}) {
+            struct sigaction action = {};
+            sigaction(number, nullptr, &action);
+            if (action.sa_handler != SIG_IGN && sigismember(&before, number) == 0) {
+                sigaddset(&awaited, number);
+            }
+        }
+        sigprocmask(SIG_BLOCK, &awaited, nullptr);
+        came.take(signalfd(-1, &awaited, SFD_CLOEXEC | SFD_NONBLOCK));
+    }
+    EndingSignals(const EndingSignals&) = delete;
+    EndingSignals& operator=(const EndingSignals&) = delete;
+    ~EndingSignals() { release(); }
+
+    int descriptor() const { return came.get(); }
+    /// Lets them end the process again.
+    void release() {
+        came.reset();
+        sigprocmask(SIG_SETMASK, &before, nullptr);
+    }
+    /// Throws EndedBySignal when one has come.
+    void check() const {
+        signalfd_siginfo info = {};
+        if (read(came.get(), &info, sizeof info) == sizeof info) {
+            throw EndedBySignal{static_cast<int>(info.ssi_signo)};
+        }
+    }
+
+  private:
+    sigset_t before;
+    Descriptor came{-1};
 };
 
 /// A descriptor that becomes readable when the process ends.
@@ -139,18 +185,26 @@ class EventReader {
     std::string buffer;
 };
 
+/// Who is told what.
+struct Listeners {
+    const EventListener& event;
+    const TickListener& tick;
+    const HangListener& hang;
+};
+
 /// Watches one child until it is gone.
 class Watch {
   public:
-    Watch(pid_t child, int processFd, int pipe, const EventListener& eventListener,
-          const TickListener& tickListener, const HangListener& hangListener, double firstDeadline)
+    Watch(pid_t child, int processFd, int pipe, const EndingSignals& endingSignals,
+          const Listeners& listeners, double firstDeadline)
         : pid(child),
           process(processFd),
           events(pipe),
           pipeFd(pipe),
-          listener(eventListener),
-          tick(tickListener),
-          onHang(hangListener) {
+          signals(endingSignals),
+          listener(listeners.event),
+          tick(listeners.tick),
+          onHang(listeners.hang) {
         allow(firstDeadline);
     }
     Watch(const Watch&) = delete;
@@ -188,11 +242,14 @@ class Watch {
 
     /// False when there is nothing more to wait for.
     bool waitForSomething() {
-        pollfd watched[] = {{process, POLLIN, 0}, {lineOpen ? pipeFd : -1, POLLIN, 0}};
-        const int ready = poll(watched, 2, millisecondsLeft());
+        pollfd watched[] = {{process, POLLIN, 0},
+                            {lineOpen ? pipeFd : -1, POLLIN, 0},
+                            {signals.descriptor(), POLLIN, 0}};
+        const int ready = poll(watched, 3, millisecondsLeft());
         if (ready < 0) {
             return errno == EINTR;
         }
+        signals.check();
         tickWhenDue();
         if (ready == 0) {
             hung = Clock::now() >= deadline;
@@ -267,6 +324,7 @@ class Watch {
     const int process;
     EventReader events;
     const int pipeFd;
+    const EndingSignals& signals;
     const EventListener& listener;
     const TickListener& tick;
     const HangListener& onHang;
@@ -292,17 +350,20 @@ void EventWriter::send(const Json& event) const {
     }
 }
 
+std::string signalInWords(int number) {
+    const char* const name = sigabbrev_np(number);
+    return (name != nullptr ? std::string("SIG") + name : "signal") + " (" + strsignal(number) +
+           ")";
+}
+
 std::string ChildEnd::inWords() const {
     switch (kind) {
     case DONE:
         return {};
     case EXITED:
         return "exited with status " + std::to_string(code);
-    case KILLED: {
-        const char* const name = sigabbrev_np(code);
-        return "was killed by " + (name != nullptr ? std::string("SIG") + name : "signal") + " (" +
-               strsignal(code) + ")";
-    }
+    case KILLED:
+        return "was killed by " + signalInWords(code);
     case HUNG:
         return "did not answer in time and was ended";
     }
@@ -318,6 +379,7 @@ ChildEnd runInChild(const ChildWork& work, const EventListener& listener, double
     }
     const Descriptor readEnd(ends[0]);
     Descriptor writeEnd(ends[1]);
+    EndingSignals signals;
     std::fflush(nullptr);
     const pid_t parent = getpid();
     const pid_t child = fork();
@@ -325,6 +387,7 @@ ChildEnd runInChild(const ChildWork& work, const EventListener& listener, double
         cannot("start a process");
     }
     if (child == 0) {
+        signals.release();
         close(ends[0]);
         runChild(work, parent, EventWriter(ends[1]), outputFile);
     }
@@ -336,7 +399,8 @@ ChildEnd runInChild(const ChildWork& work, const EventListener& listener, double
         kill(child, SIGKILL);
         cannot("watch a process");
     }
-    return Watch(child, process.get(), readEnd.get(), listener, tick, onHang, firstDeadline).run();
+    const Listeners listeners = {listener, tick, onHang};
+    return Watch(child, process.get(), readEnd.get(), signals, listeners, firstDeadline).run();
 }
 
 } // namespace kzfi_simhost

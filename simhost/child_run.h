@@ -37,6 +37,16 @@ struct ChildEnd {
     std::string inWords() const;
 };
 
+/// A signal that told the command to end while there was a child. No exception of the usual kind,
+/// so that nothing on the way up takes it for something else: whoever catches it ends by that
+/// signal.
+struct EndedBySignal {
+    int number;
+};
+
+/// "SIGTERM (Terminated)".
+std::string signalInWords(int number);
+
 /// What the child does.
 using ChildWork = std::function<void(const EventWriter&)>;
 
@@ -58,8 +68,9 @@ using HangListener = std::function<void(int process)>;
 /// The caller must have one thread only. The child ends with the caller, and without running the
 /// handlers that the caller registered for its own exit. An exception that leaves work ends the
 /// child with status 70, its text in outputFile.
-/// Throws CannotRun when there is no child to be had. What listener, tick or onHang throws passes,
-/// and the child is gone by then.
+/// Throws CannotRun when there is no child to be had, and EndedBySignal when SIGHUP, SIGINT or
+/// SIGTERM comes that is not ignored. What listener, tick or onHang throws passes. The child and
+/// its process group are gone by then.
 ChildEnd runInChild(const ChildWork& work, const EventListener& listener, double firstDeadline,
                     const std::string& outputFile, const TickListener& tick = nullptr,
                     const HangListener& onHang = nullptr);

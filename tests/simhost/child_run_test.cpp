@@ -3,21 +3,27 @@
 #include <gmock/gmock.h>
 #include <signal.h>
 #include <sys/prctl.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <stdexcept>
 #include <thread>
 
+#include "processes.h"
 #include "support/fixed_paths.h"
 #include "support/temp_dir.h"
 
 namespace {
 
 using namespace kzfi_simhost;
+using kzfi_tests::diesSoon;
+using kzfi_tests::isAlive;
 using kzfi_tests::readFile;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -40,23 +46,6 @@ class ChildRunTest : public testing::Test {
     kzfi_tests::TempDir folder;
     std::vector<Json> heard;
 };
-
-/// Whether a process is there and not just waiting to be buried.
-bool isAlive(const std::string& id) {
-    std::ifstream stat("/proc/" + id + "/stat");
-    std::string pid;
-    std::string name;
-    std::string state;
-    stat >> pid >> name >> state;
-    return !state.empty() && state != "Z" && state != "X";
-}
-
-bool diesSoon(const std::string& id) {
-    for (int i = 0; i < 500 && isAlive(id); ++i) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return !isAlive(id);
-}
 
 TEST_F(ChildRunTest, TellsWhatTheWorkSaysInOrder) {
     const ChildEnd end = run([](const EventWriter& events) {
@@ -226,6 +215,98 @@ TEST_F(ChildRunTest, NoChildIsLeftByAListenerThatThrows) {
                  std::runtime_error);
     ASSERT_NE(child, "");
     EXPECT_FALSE(isAlive(child));
+}
+
+/// A process that runs a child whose own child ignores what ends it, and dies of EndedBySignal.
+class EndedRunTest : public ChildRunTest {
+  protected:
+    [[noreturn]] void beTheCaller() {
+        std::ofstream ids(folder.path("ids"));
+        try {
+            runInChild(
+                [](const EventWriter& events) {
+                    const pid_t forked = fork();
+                    if (forked == 0) {
+                        for (const int number : {SIGHUP, SIGINT, SIGTERM}) {
+                            signal(number, SIG_IGN);
+                        }
+                    }
+                    if (forked != 0) {
+                        events.send({{"pid", getpid()}, {"grandchild", forked}});
+                    }
+                    for (;;) {
+                        pause();
+                    }
+                },
+                [&](const Json& event) {
+                    ids << event["pid"] << " " << event["grandchild"] << std::endl;
+                    return 60.0;
+                },
+                60, output());
+        } catch (const EndedBySignal& e) {
+            std::_Exit(e.number);
+        }
+        std::_Exit(0);
+    }
+
+    /// Starts it and waits until both processes below it are there.
+    pid_t startCaller() {
+        const pid_t caller = fork();
+        if (caller == 0) {
+            beTheCaller();
+        }
+        for (int i = 0; i < 3000 && grandchild.empty(); ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+            std::istringstream(readFile(folder.path("ids"))) >> child >> grandchild;
+        }
+        return caller;
+    }
+
+    std::string child;
+    std::string grandchild;
+};
+
+TEST_F(EndedRunTest, ASignalToTheCallerEndsTheWholeProcessGroup) {
+    for (const int number : {SIGHUP, SIGINT, SIGTERM}) {
+        signal(number, SIG_DFL); // Whoever runs the tests may ignore it.
+        child.clear();
+        grandchild.clear();
+        std::filesystem::remove(folder.path("ids"));
+        const pid_t caller = startCaller();
+        ASSERT_NE(grandchild, "");
+        kill(caller, number);
+        int status = 0;
+        waitpid(caller, &status, 0);
+        EXPECT_TRUE(WIFEXITED(status));
+        EXPECT_EQ(WEXITSTATUS(status), number);
+        EXPECT_FALSE(isAlive(child));
+        EXPECT_TRUE(diesSoon(grandchild));
+    }
+}
+
+TEST_F(EndedRunTest, AnIgnoredSignalStaysIgnored) {
+    const auto before = signal(SIGHUP, SIG_IGN);
+    const pid_t caller = startCaller();
+    signal(SIGHUP, before);
+    ASSERT_NE(grandchild, "");
+    kill(caller, SIGHUP);
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    EXPECT_TRUE(isAlive(child));
+    kill(caller, SIGTERM);
+    int status = 0;
+    waitpid(caller, &status, 0);
+    EXPECT_EQ(WEXITSTATUS(status), SIGTERM);
+}
+
+TEST_F(ChildRunTest, SignalsEndTheChildAndLaterTheCallerAsBefore) {
+    const ChildEnd end = run([](const EventWriter&) { raise(SIGTERM); });
+    EXPECT_EQ(end.kind, ChildEnd::KILLED);
+    EXPECT_EQ(end.code, SIGTERM);
+    sigset_t blocked;
+    sigprocmask(SIG_BLOCK, nullptr, &blocked);
+    for (const int number : {SIGHUP, SIGINT, SIGTERM}) {
+        EXPECT_EQ(sigismember(&blocked, number), 0);
+    }
 }
 
 TEST_F(ChildRunTest, TheChildEndsWithItsParent) {

@@ -2,10 +2,12 @@
 
 #include <gmock/gmock.h>
 
+#include <csignal>
 #include <regex>
 #include <sstream>
 
 #include "command.h"
+#include "processes.h"
 #include "terminal.h"
 #include "text_tools.h"
 
@@ -203,6 +205,24 @@ TEST_F(LiveRunTest, ANarrowTerminalIsNotLeftByTheLine) {
         EXPECT_LE((*each)[1].length(), 31) << (*each)[1];
     }
     EXPECT_GE(found, 2);
+}
+
+TEST_F(LiveRunTest, AnInterruptIsSaidInALineOfItsOwn) {
+    simhost.place("rogue", "steps:\n  - objctl: {command: leave a process and hang}\n");
+    int status = 0;
+    Screen screen(80);
+    screen.write(
+        onTerminal({KZFI_SIMHOST, "run", simhost.scenario(), "--root", simhost.path("root")}, 80,
+                   "running", &status));
+    ASSERT_TRUE(WIFSIGNALED(status));
+    EXPECT_EQ(WTERMSIG(status), SIGINT);
+    const std::vector<std::string> rows = screen.rows();
+    EXPECT_THAT(rows, Contains("kzfi-simhost: ended by SIGINT (Interrupt), and the provider's "
+                               "process with it"));
+    EXPECT_THAT(rows, Not(Contains(HasSubstr("running"))));
+    const std::string output = kzfi_tests::readFile(simhost.path("root/output.txt"));
+    ASSERT_EQ(output.substr(0, 5), "left ");
+    EXPECT_TRUE(kzfi_tests::diesSoon(output.substr(5, output.find('\n') - 5)));
 }
 
 TEST_F(LiveRunTest, APipeOrFileSeesNothingOfIt) {

@@ -3,6 +3,7 @@
 #define KZFI_TESTS_SIMHOST_TERMINAL_H
 
 #include <pty.h>
+#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -59,17 +60,22 @@ class Screen {
     std::vector<std::string> lines = {""};
 };
 
-/// What a program writes to a terminal so many columns wide, as it writes it.
-inline std::string onTerminal(std::vector<std::string> arguments, unsigned short columns) {
+/// What a program writes to a terminal so many columns wide, as it writes it, until its end. When
+/// awaited comes the terminal's user interrupts it, once. *status becomes its wait status.
+inline std::string onTerminal(std::vector<std::string> arguments, unsigned short columns,
+                              const std::string& awaited = "", int* status = nullptr) {
     winsize size = {24, columns, 0, 0};
     termios plain = {};
     cfmakeraw(&plain);
+    plain.c_lflag |= ISIG;
+    plain.c_cc[VINTR] = 3;
     int terminal = -1;
     const pid_t child = forkpty(&terminal, nullptr, &plain, &size);
     if (child < 0) {
         throw std::runtime_error("no terminal");
     }
     if (child == 0) {
+        signal(SIGINT, SIG_DFL); // Whoever runs the tests may ignore it.
         std::vector<char*> argv;
         for (std::string& argument : arguments) {
             argv.push_back(argument.data());
@@ -78,13 +84,17 @@ inline std::string onTerminal(std::vector<std::string> arguments, unsigned short
         execv(argv[0], argv.data());
         _exit(127);
     }
+    bool interrupted = false;
     std::string written;
     char chunk[4096];
     for (ssize_t got = 0; (got = read(terminal, chunk, sizeof chunk)) > 0;) {
         written.append(chunk, static_cast<std::size_t>(got));
+        if (!interrupted && !awaited.empty() && written.find(awaited) != std::string::npos) {
+            interrupted = write(terminal, "\003", 1) == 1;
+        }
     }
     close(terminal);
-    waitpid(child, nullptr, 0);
+    waitpid(child, status, 0);
     return written;
 }
 

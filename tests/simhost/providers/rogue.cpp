@@ -82,6 +82,11 @@ const std::map<std::string, std::function<void()>> deeds = {
     {"throw a number", [] { throw 42; }},
     {"throw a kit error", [] { throw CFiError(5, "disk gone", "rogue.cpp", __LINE__, "objctl"); }},
     {"leave a process", [] { leaveProcess(); }},
+    {"leave a process and hang",
+     [] {
+         leaveProcess();
+         sleepForEver();
+     }},
     {"litter", [] { litter(); }},
     {"close everything", [] { closeEverything(); }},
     {"write everywhere", [] { writeEverywhere(); }},
