@@ -6,7 +6,7 @@
 //   <install root>/enclosures/ENC1/00B8.qcow2.part  one in the making
 //
 // Which device may be copied to which is the node's parameter "snapshot_resource_spec", and which
-// enclosures there are is told in enclosures.h. The disk must be at rest while it is copied; the
+// enclosures there are is told in enclosures.h. A disk must be at rest while it is copied; the
 // tool refuses one that a virtual machine has open.
 //
 // The plug-in's configuration may name the tool:

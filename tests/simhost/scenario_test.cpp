@@ -263,7 +263,7 @@ INSTANTIATE_TEST_SUITE_P(
         Bad{"provider: p\nsteps:\n- host list: {folder: /etc}\n",
             "s.yaml:3: folder: '/etc' is no path of a file below the root"},
         Bad{"provider: p\nsteps:\n- host list: {folder: null}\n",
-            "s.yaml:3: folder: '' is no path of a file below the root"},
+            "s.yaml:3: folder must be a text"},
         Bad{"provider: p\ncredentials: [a]\n", "s.yaml:2: credentials must be a text"},
         Bad{"provider: p\nfiles: [a]\n", "s.yaml:2: files must be a map"},
         Bad{"provider: p\nfiles:\n  a: [b]\n", "s.yaml:3: file 'a' must be a text"},
