@@ -251,15 +251,16 @@ class Watch {
         }
         signals.check();
         tickWhenDue();
-        if (ready == 0) {
-            hung = Clock::now() >= deadline;
-            return !hung;
-        }
         if (watched[1].revents != 0) {
             lineOpen = events.fill();
             deliver();
         }
-        return watched[0].revents == 0;
+        if (watched[0].revents != 0) {
+            return false;
+        }
+        // Also while something comes all the time: only what listener heard gives more time.
+        hung = Clock::now() >= deadline;
+        return !hung;
     }
 
     void tickWhenDue() {

@@ -126,6 +126,25 @@ TEST_F(ChildRunTest, AMissedDeadlineEndsTheChild) {
     EXPECT_LT(taken.count(), 30);
 }
 
+TEST_F(ChildRunTest, ADeadlineIsMissedWhileEventsKeepComing) {
+    int count = 0;
+    const ChildEnd end = runInChild(
+        [](const EventWriter& events) {
+            for (int i = 0; i < 50; ++i) {
+                events.send({{"big", std::string(40000, 'x')}});
+            }
+        },
+        [&](const Json&) {
+            ++count;
+            // The next event is there before this one is done with.
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            return 0.0;
+        },
+        60, output());
+    EXPECT_EQ(end.kind, ChildEnd::HUNG);
+    EXPECT_LT(count, 10);
+}
+
 TEST_F(ChildRunTest, EveryEventGivesNewTime) {
     const ChildEnd end = run(
         [](const EventWriter& events) {
