@@ -200,6 +200,7 @@ void CheckContext::release() {
         static_cast<void>(host.release());
         static_cast<void>(watch.references.release());
         static_cast<void>(library.release());
+        abandoned = true;
         return;
     }
     guarded("release the provider", [&] {
@@ -208,7 +209,6 @@ void CheckContext::release() {
                               " to the provider itself never given back");
         host.reset();
         report(watch.references->leftOver());
-        report(watch.buffers->leftOver());
     });
 }
 
@@ -218,7 +218,8 @@ void CheckContext::unload() {
         guarded("unload the provider", [&] { library->unload(); });
         library.reset();
     }
-    report(watch.buffers->findings());
+    // Destructors of static objects give back, too.
+    report(abandoned ? watch.buffers->findings() : watch.buffers->leftOver());
 }
 
 // ---- Calls ----

@@ -130,6 +130,7 @@ class CheckContext {
     bool started = false;
     bool exceptionsCount = true;
     bool ended = false;
+    bool abandoned = false; ///< the provider is left as it is, as nothing of it is safe any more
     std::size_t findings = 0;
 };
 

@@ -14,10 +14,11 @@ namespace kzfi_simhost {
 /// summary that says what to do about each failure.
 class CheckConsole {
   public:
-    CheckConsole(std::ostream& out, bool withColours, bool withBar)
+    /// columns: of the terminal that out leads to; 0 when it leads to none.
+    CheckConsole(std::ostream& out, bool withColours, std::size_t columns)
         : stream(out),
           colours(withColours),
-          bar(withBar) {}
+          width(columns) {}
 
     void begin(const Check& check, std::size_t index, std::size_t count);
     void end(const CheckResult& result);
@@ -30,8 +31,8 @@ class CheckConsole {
 
     std::ostream& stream;
     const bool colours;
-    const bool bar;
-    bool shown = false;
+    const std::size_t width;
+    std::size_t shown = 0; ///< columns of the bar that stands there
 };
 
 /// Names and rules.

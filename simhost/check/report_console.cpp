@@ -58,19 +58,24 @@ std::string CheckConsole::coloured(const char* code, const std::string& text) co
 }
 
 void CheckConsole::begin(const Check& check, std::size_t index, std::size_t count) {
-    if (!bar) {
+    if (width == 0) {
         return;
     }
-    const std::size_t done = count == 0 ? 0 : BAR_WIDTH * index / count;
-    stream << "\r[" << std::string(done, '#') << std::string(BAR_WIDTH - done, ' ') << "] "
-           << index + 1 << "/" << count << "  " << check.name << "\033[K" << std::flush;
-    shown = true;
+    const std::size_t done = BAR_WIDTH * index / count;
+    const std::string line = "[" + std::string(done, '#') + std::string(BAR_WIDTH - done, ' ') +
+                             "] " + std::to_string(index + 1) + "/" + std::to_string(count) + "  " +
+                             check.name;
+    clearBar();
+    // The last column would make the terminal go to the next line.
+    shown = std::min(line.size(), width - 1);
+    stream << line.substr(0, shown) << std::flush;
 }
 
+/// With blanks: they work on every terminal.
 void CheckConsole::clearBar() {
-    if (shown) {
-        stream << "\r\033[K";
-        shown = false;
+    if (shown > 0) {
+        stream << "\r" << std::string(shown, ' ') << "\r";
+        shown = 0;
     }
 }
 
