@@ -5,6 +5,7 @@
 #include <signal.h>
 
 #include <sys/prctl.h>
+#include <sys/random.h>
 #include <sys/signalfd.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -17,6 +18,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <optional>
+#include <utility>
 
 #include "private_usr.h"
 #include "scenario.h"
@@ -28,6 +31,7 @@ using Clock = std::chrono::steady_clock;
 
 const int INTERNAL_ERROR = 70;
 const std::chrono::milliseconds TICK(200);
+const std::size_t LONGEST_EVENT = 256 << 20;
 // Some thirty years: more than the clock's own type could be too long for it.
 const double LONGEST_DEADLINE = 1e9;
 
@@ -109,6 +113,20 @@ int openProcess(pid_t process) {
     return static_cast<int>(syscall(SYS_pidfd_open, process, 0));
 }
 
+/// What no provider can guess.
+std::string newMark() {
+    unsigned char bytes[16];
+    if (getrandom(bytes, sizeof bytes, 0) != sizeof bytes) {
+        cannot("get random bytes");
+    }
+    std::string mark;
+    for (const unsigned char byte : bytes) {
+        mark += "0123456789abcdef"[byte >> 4];
+        mark += "0123456789abcdef"[byte & 15];
+    }
+    return mark;
+}
+
 // ---- The child's side ----
 
 void redirect(const char* path, int flags, int target) {
@@ -152,37 +170,60 @@ void settleIn(pid_t parent, const EventWriter& events, const std::string& output
 /// Splits what comes out of the pipe into events.
 class EventReader {
   public:
-    explicit EventReader(int descriptor) : pipe(descriptor) {}
+    EventReader(int descriptor, const std::string& mark) : pipe(descriptor), lead(mark + " ") {}
 
     /// Takes in what is there; false at the end of the line.
     bool fill() {
         char chunk[65536];
         const ssize_t got = read(pipe, chunk, sizeof chunk);
         if (got > 0) {
+            makeRoom();
             buffer.append(chunk, static_cast<std::size_t>(got));
         }
         return got > 0 || (got < 0 && (errno == EINTR || errno == EAGAIN));
     }
 
-    /// The next whole event; false when there is none yet. What is no JSON is passed over: it can
-    /// only come from a provider that writes to descriptors which are not its own.
+    /// The next whole event; false when there is none yet. What has no mark is passed over.
     bool next(Json& event) {
-        for (;;) {
-            const std::size_t end = buffer.find('\n');
-            if (end == std::string::npos) {
-                return false;
-            }
-            event = Json::parse(buffer.substr(0, end), nullptr, false);
-            buffer.erase(0, end + 1);
-            if (event.is_object()) {
-                return true;
+        while (const std::optional<std::string> line = nextLine()) {
+            if (line->compare(0, lead.size(), lead) == 0) {
+                event = Json::parse(line->substr(lead.size()), nullptr, false);
+                if (event.is_object()) {
+                    return true;
+                }
             }
         }
+        return false;
     }
 
   private:
+    /// Drops what was taken, and a line without an end: what comes of it still has no mark.
+    void makeRoom() {
+        buffer.erase(0, start);
+        searched -= start;
+        start = 0;
+        if (buffer.size() > LONGEST_EVENT) {
+            buffer.clear();
+            searched = 0;
+        }
+    }
+
+    std::optional<std::string> nextLine() {
+        const std::size_t end = buffer.find('\n', searched);
+        if (end == std::string::npos) {
+            searched = buffer.size();
+            return std::nullopt;
+        }
+        const std::string line = buffer.substr(start, end - start);
+        start = searched = end + 1;
+        return line;
+    }
+
     int pipe;
+    const std::string lead;
     std::string buffer;
+    std::size_t start = 0;    ///< of the next line
+    std::size_t searched = 0; ///< up to here it has no end
 };
 
 /// Who is told what.
@@ -195,11 +236,11 @@ struct Listeners {
 /// Watches one child until it is gone.
 class Watch {
   public:
-    Watch(pid_t child, int processFd, int pipe, const EndingSignals& endingSignals,
-          const Listeners& listeners, double firstDeadline)
+    Watch(pid_t child, int processFd, int pipe, const std::string& mark,
+          const EndingSignals& endingSignals, const Listeners& listeners, double firstDeadline)
         : pid(child),
           process(processFd),
-          events(pipe),
+          events(pipe, mark),
           pipeFd(pipe),
           signals(endingSignals),
           listener(listeners.event),
@@ -308,16 +349,14 @@ class Watch {
     }
 
     void judge(int status) {
-        if (done) {
-            end.kind = ChildEnd::DONE;
-        } else if (hung) {
-            end.kind = ChildEnd::HUNG;
+        if (hung) {
+            end.kind = done ? ChildEnd::DONE : ChildEnd::HUNG;
         } else if (WIFSIGNALED(status)) {
             end.kind = ChildEnd::KILLED;
             end.code = WTERMSIG(status);
         } else {
-            end.kind = ChildEnd::EXITED;
             end.code = WEXITSTATUS(status);
+            end.kind = done && end.code == 0 ? ChildEnd::DONE : ChildEnd::EXITED;
         }
     }
 
@@ -340,8 +379,17 @@ class Watch {
 
 } // namespace
 
+EventWriter::EventWriter(int descriptor, std::string newMark)
+    : pipe(descriptor),
+      mark(std::move(newMark)),
+      owner(getpid()) {}
+
 void EventWriter::send(const Json& event) const {
-    const std::string line = oneLine(event) + "\n";
+    if (getpid() != owner) {
+        return;
+    }
+    // The line end in front ends whatever a provider may have written there.
+    const std::string line = "\n" + mark + " " + oneLine(event) + "\n";
     for (std::size_t sent = 0; sent < line.size();) {
         const ssize_t written = write(pipe, line.data() + sent, line.size() - sent);
         if (written < 0 && errno != EINTR) {
@@ -380,6 +428,7 @@ ChildEnd runInChild(const ChildWork& work, const EventListener& listener, double
     }
     const Descriptor readEnd(ends[0]);
     Descriptor writeEnd(ends[1]);
+    const std::string mark = newMark();
     EndingSignals signals;
     std::fflush(nullptr);
     const pid_t parent = getpid();
@@ -390,7 +439,7 @@ ChildEnd runInChild(const ChildWork& work, const EventListener& listener, double
     if (child == 0) {
         signals.release();
         close(ends[0]);
-        runChild(work, parent, EventWriter(ends[1]), outputFile);
+        runChild(work, parent, EventWriter(ends[1], mark), outputFile);
     }
     // Both sides do this, so that it is done whoever comes first.
     setpgid(child, child);
@@ -401,7 +450,8 @@ ChildEnd runInChild(const ChildWork& work, const EventListener& listener, double
         cannot("watch a process");
     }
     const Listeners listeners = {listener, tick, onHang};
-    return Watch(child, process.get(), readEnd.get(), signals, listeners, firstDeadline).run();
+    return Watch(child, process.get(), readEnd.get(), mark, signals, listeners, firstDeadline)
+        .run();
 }
 
 } // namespace kzfi_simhost

@@ -3,6 +3,8 @@
 #ifndef KZFI_SIMHOST_CHILD_RUN_H
 #define KZFI_SIMHOST_CHILD_RUN_H
 
+#include <sys/types.h>
+
 #include <functional>
 #include <string>
 
@@ -10,15 +12,19 @@
 
 namespace kzfi_simhost {
 
-/// The child's end of the line: one JSON value a line.
+/// The child's end of the line. Every event carries a mark that is new with each child, so that
+/// what a provider writes onto descriptors that are not its own is never taken for one.
 class EventWriter {
   public:
-    explicit EventWriter(int descriptor) : pipe(descriptor) {}
+    EventWriter(int descriptor, std::string newMark);
 
+    /// Does nothing in a process that the child forked.
     void send(const Json& event) const;
 
   private:
     int pipe;
+    std::string mark;
+    pid_t owner;
 };
 
 /// How a child came to its end.

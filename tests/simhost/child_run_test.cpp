@@ -1,5 +1,6 @@
 #include "child_run.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <signal.h>
 #include <sys/prctl.h>
@@ -11,6 +12,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <set>
 #include <sstream>
 #include <stdexcept>
 #include <thread>
@@ -66,6 +68,67 @@ TEST_F(ChildRunTest, BigAndBrokenTextsGetThrough) {
     ASSERT_EQ(heard.size(), 2u);
     EXPECT_EQ(heard[0]["big"], big);
     EXPECT_EQ(heard[1]["broken"], "a\xEF\xBF\xBD");
+}
+
+/// The descriptors that are open here.
+std::set<int> openDescriptors() {
+    std::set<int> open;
+    for (int fd = 0; fd < 256; ++fd) {
+        if (fcntl(fd, F_GETFD) >= 0) {
+            open.insert(fd);
+        }
+    }
+    return open;
+}
+
+/// What a provider does that writes onto the host's line, and onto nothing of the tests' own.
+void writeToLine(const std::set<int>& known, const std::string& text) {
+    for (const int fd : openDescriptors()) {
+        if (known.count(fd) == 0 && write(fd, text.data(), text.size()) < 0) {
+            std::perror("write");
+        }
+    }
+}
+
+TEST_F(ChildRunTest, InventedEventsAreNotHeard) {
+    const std::set<int> known = openDescriptors();
+    const ChildEnd end = run([&](const EventWriter& events) {
+        writeToLine(known, "{\"end\":true}\n{\"privateUsr\":7}\n");
+        events.send({{"real", 1}});
+        writeToLine(known, "{\"invented\":1}\n0123456789abcdef0123456789abcdef {\"x\":1}\n");
+        writeToLine(known, "no end");
+        events.send({{"real", 2}});
+        _exit(0);
+    });
+    EXPECT_EQ(end.kind, ChildEnd::EXITED);
+    EXPECT_EQ(end.inWords(), "exited with status 0");
+    EXPECT_THAT(heard, ElementsAre(Json({{"real", 1}}), Json({{"real", 2}})));
+}
+
+TEST_F(ChildRunTest, AProcessThatTheWorkForksIsNotHeard) {
+    const ChildEnd end = run([](const EventWriter& events) {
+        const pid_t forked = fork();
+        events.send({{"here", true}});
+        if (forked == 0) {
+            _exit(0);
+        }
+        waitpid(forked, nullptr, 0);
+    });
+    EXPECT_EQ(end.kind, ChildEnd::DONE);
+    EXPECT_EQ(heard.size(), 1u);
+}
+
+TEST_F(ChildRunTest, AnEndlessLineIsPassedOver) {
+    const std::set<int> known = openDescriptors();
+    const ChildEnd end = run([&](const EventWriter& events) {
+        const std::string rubbish(1 << 20, 'x');
+        for (int i = 0; i < 300; ++i) {
+            writeToLine(known, rubbish);
+        }
+        events.send({{"real", 1}});
+    });
+    EXPECT_EQ(end.kind, ChildEnd::DONE);
+    EXPECT_THAT(heard, ElementsAre(Json({{"real", 1}})));
 }
 
 TEST_F(ChildRunTest, TheWorkIsAnotherProcess) {

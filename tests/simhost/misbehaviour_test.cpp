@@ -129,6 +129,17 @@ TEST_F(MisbehaviourTest, RubbishOnTheLineIsPassedOver) {
     EXPECT_EQ(run("write everywhere").status, 0);
 }
 
+TEST_F(MisbehaviourTest, ForgedEventsChangeNothing) {
+    EXPECT_EQ(run("forge events").status, 0);
+    const Json report = Json::parse(readFile(simhost.path("report.json")));
+    EXPECT_EQ(report["name"], "rogue");
+    EXPECT_TRUE(report["tree"].is_array());
+}
+
+TEST_F(MisbehaviourTest, AForgedEndIsNoEnd) {
+    expectBadEnd(run("forge events and exit"), "exited", "exited with status 0");
+}
+
 TEST_F(MisbehaviourTest, WhatAProviderPrintsIsKeptApart) {
     const CommandResult result = run("print");
     EXPECT_EQ(result.status, 0);

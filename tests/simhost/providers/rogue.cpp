@@ -50,12 +50,22 @@ void closeEverything() {
     }
 }
 
-void writeEverywhere() {
+void writeEverywhere(const std::string& text) {
     for (int fd = 3; fd < 64; ++fd) {
-        if (write(fd, "rubbish\n[1]\n", 12) < 0) {
+        if (write(fd, text.data(), text.size()) < 0) {
             continue;
         }
     }
+}
+
+/// What the host's own process tells, with a wrong index, type, order and end.
+void forgeEvents() {
+    writeEverywhere("{\"begin\":99}\n{\"begin\":-1}\n{\"begin\":\"x\"}\n"
+                    "{\"answer\":99,\"seconds\":0,\"outcome\":{}}\n"
+                    "{\"answer\":4,\"seconds\":\"x\",\"outcome\":[]}\n"
+                    "{\"answer\":3,\"seconds\":0,\"outcome\":{\"status\":0}}\n"
+                    "{\"provider\":7}\n{\"refused\":\"forged\"}\n{\"tree\":5}\n"
+                    "{\"privateUsr\":7}\n{\"end\":true}\n{\"begin\":");
 }
 
 /// Writes 256 KiB below the root, in steps, within 1.6 seconds.
@@ -89,7 +99,13 @@ const std::map<std::string, std::function<void()>> deeds = {
      }},
     {"litter", [] { litter(); }},
     {"close everything", [] { closeEverything(); }},
-    {"write everywhere", [] { writeEverywhere(); }},
+    {"write everywhere", [] { writeEverywhere("rubbish\n[1]\n"); }},
+    {"forge events", [] { forgeEvents(); }},
+    {"forge events and exit",
+     [] {
+         forgeEvents();
+         _exit(0);
+     }},
     {"grow slowly", [] { growSlowly(); }},
     {"print", [] { std::puts("printed by the provider"); }},
 };
