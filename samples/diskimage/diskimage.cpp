@@ -363,7 +363,7 @@ class DiskImageProvider : public CFiPluginBase {
     /// The snapshot's device, which must be one of the primary's targets: nothing else is read
     /// from or removed.
     Device targetOf(kzfi_objid* primary, const kzfi_objid* snapshot) const {
-        const Device device(nameOf(snapshot));
+        Device device(nameOf(snapshot));
         const Device source(nameOf(primary));
         const std::vector<std::string> targets = recordOf(primary)->getTargets();
         const bool isTarget =

@@ -221,6 +221,7 @@ class Router : public CFiPluginInterposer {
 
     static std::vector<std::string> textsOf(const std::vector<tstring>& texts) {
         std::vector<std::string> copies;
+        copies.reserve(texts.size());
         for (const tstring& text : texts) {
             copies.push_back(text.c_str());
         }
