@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 
 #include <clocale>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "private_usr.h"
@@ -31,6 +33,11 @@ int main(int count, char** arguments) {
     std::setlocale(LC_ALL, "C.UTF-8");
     if (!onlyLists(count, arguments)) {
         reason = kzfi_simhost::enterPrivateUsr();
+        // Where it is known to be possible, skipping these tests must not look like passing them.
+        if (!reason.empty() && std::getenv("KZFI_REQUIRE_PRIVATE_USR") != nullptr) {
+            std::fprintf(stderr, "no private /usr: %s\n", reason.c_str());
+            return 1;
+        }
     }
     testing::InitGoogleMock(&count, arguments);
     return RUN_ALL_TESTS();
