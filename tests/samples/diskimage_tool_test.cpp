@@ -122,6 +122,31 @@ TEST_F(DiskImageToolTest, AToolThatReplacesTheFileDoesNotGetPublished) {
     expectNothingLeft();
 }
 
+TEST_F(DiskImageToolTest, ATargetThatAppearsMeanwhileIsKept) {
+    startWith(WRITE_HALF + "printf theirs >\"${last%.part}\"");
+    EXPECT_EQ(make(), CANNOT_MAKE);
+    EXPECT_EQ(said(), "diskimage: The target " + inEnclosure("00B7.raw") +
+                          " is in use; dispose of what it holds first.");
+    EXPECT_EQ(content("00B7.raw"), "theirs");
+    EXPECT_THAT(files(), ElementsAre("00A3.raw", "00B7.raw"));
+}
+
+TEST_F(DiskImageToolTest, WhatIsBeingMadeIsForItsOwnerOnly) {
+    startWith(WRITE_HALF + "stat -c %a \"$last\" >" + folder.path("mode"));
+    fs::permissions(inEnclosure("00A3.raw"), fs::perms(0644));
+    EXPECT_EQ(make(), 0) << said();
+    EXPECT_EQ(readFile(folder.path("mode")), "600\n");
+}
+
+TEST_F(DiskImageToolTest, ALinkInTheWayIsNotFollowed) {
+    startWith(WRITE_HALF);
+    disk("victim", "kept");
+    fs::create_symlink(inEnclosure("victim"), inEnclosure("00B7.raw.part"));
+    EXPECT_EQ(make(), CANNOT_MAKE);
+    EXPECT_THAT(said(), StartsWith("diskimage: A file cannot be used: "));
+    EXPECT_EQ(content("victim"), "kept");
+}
+
 // ---- Limits ----
 
 TEST_F(DiskImageToolTest, AHangingToolIsEndedAtItsLimit) {
