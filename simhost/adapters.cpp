@@ -38,4 +38,44 @@ Json textsOf(char** list, long count) {
     return texts;
 }
 
+int integer(const Call& call, const std::string& field) {
+    return static_cast<int>(call.number(field));
+}
+
+namespace fields {
+
+Field node(const char* name) {
+    return {name, FieldKind::NODE};
+}
+
+Field nodes(const char* name) {
+    return {name, FieldKind::NODES};
+}
+
+Field text(const char* name) {
+    return {name, FieldKind::TEXT};
+}
+
+Field texts(const char* name) {
+    return {name, FieldKind::TEXTS};
+}
+
+Field number(const char* name) {
+    return {name, FieldKind::NUMBER};
+}
+
+Field flag(const char* name) {
+    return {name, FieldKind::FLAG};
+}
+
+Field choice(const char* name, std::vector<std::string> choices) {
+    return {name, FieldKind::CHOICE, std::move(choices)};
+}
+
+Field parameters(const char* name) {
+    return {name, FieldKind::PARAMETERS};
+}
+
+} // namespace fields
+
 } // namespace kzfi_simhost

@@ -1,8 +1,12 @@
-// The adapters that need more than a line, and what all adapters share. Internal to operations.
+// What the adapters of all operations share. Internal to operations.
 #ifndef KZFI_SIMHOST_ADAPTERS_H
 #define KZFI_SIMHOST_ADAPTERS_H
 
+#include <string>
+#include <vector>
+
 #include "call.h"
+#include "operations.h"
 #include "outcome.h"
 
 namespace kzfi_simhost {
@@ -21,26 +25,35 @@ Json takeNames(kzfi_objid** list, long count);
 /// Texts that a provider gave.
 Json textsOf(char** list, long count);
 
-/// Adds what the node's record says after the call; nothing for a null node.
-void addState(Outcome& outcome, const kfi_domain* node);
+/// A NUMBER field where the operation takes an int.
+int integer(const Call& call, const std::string& field);
 
-Outcome callInitNode(Call& call);
-Outcome callInitAltNode(Call& call);
-Outcome callReAccessTmpObj(Call& call);
-Outcome callReAccessAltNode(Call& call);
-Outcome callDeInitNode(Call& call);
-Outcome callInterpose(Call& call);
-Outcome callIsReady(Call& call);
-Outcome callEnableAccess(Call& call);
-Outcome callDisableAccess(Call& call);
+/// Fields of operations by what they hold.
+namespace fields {
 
-Outcome callGlobalConfigInfoList(Call& call);
-Outcome callConfig(Call& call);
-Outcome callErrMsg(Call& call);
-Outcome callGetLastError(Call& call);
-Outcome callDelLastError(Call& call);
-Outcome callGetLocaleMessage(Call& call);
-Outcome callDelLocaleMessage(Call& call);
+Field node(const char* name);
+Field nodes(const char* name);
+Field text(const char* name);
+Field texts(const char* name);
+Field number(const char* name);
+Field flag(const char* name);
+Field choice(const char* name, std::vector<std::string> choices);
+Field parameters(const char* name);
+
+} // namespace fields
+
+// The families of operations, one a file: the adapters and their entries. Records that only the
+// framework knows are null pointers in all of them.
+std::vector<Operation> providerOperations();    ///< the provider as a whole
+std::vector<Operation> configOperations();      ///< its parameters
+std::vector<Operation> messageOperations();     ///< errors and messages
+std::vector<Operation> nodeOperations();        ///< single nodes
+std::vector<Operation> treeOperations();        ///< trees of nodes
+std::vector<Operation> snapshotOperations();    ///< up to taking snapshots
+std::vector<Operation> takenOperations();       ///< snapshots that are there
+std::vector<Operation> enumerationOperations(); ///< what the provider knows of
+std::vector<Operation> resourceOperations();    ///< resources of the host
+std::vector<Operation> requestOperations();     ///< requests as a whole
 
 } // namespace kzfi_simhost
 

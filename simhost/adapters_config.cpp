@@ -95,8 +95,6 @@ kfi_confspec requestFor(const std::string& list) {
     return spec;
 }
 
-} // namespace
-
 Outcome callGlobalConfigInfoList(Call& call) {
     CFiConfigParamInfoList* const list = call.provider().globalConfigInfoList(
         call.choice("list", "0") == "1" ? 1 : 0, call.flag("second"));
@@ -128,6 +126,24 @@ Outcome callConfig(Call& call) {
     }
     giveBack(sent);
     return outcome;
+}
+
+} // namespace
+
+std::vector<Operation> configOperations() {
+    using namespace fields;
+    return {
+        {3,
+         "globalConfigInfoList",
+         {choice("list", {"0", "1"}), flag("second")},
+         callGlobalConfigInfoList},
+        {11,
+         "config",
+         {choice("mode", {"get", "set", "clear", "getparam", "set-again"}), node("node"),
+          choice("list", {"0", "1", "none"}), text("session"), text("text"),
+          parameters("parameters")},
+         callConfig},
+    };
 }
 
 } // namespace kzfi_simhost

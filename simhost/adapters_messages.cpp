@@ -50,8 +50,6 @@ Json contentOf(const kfi_msg_info* info) {
     return content;
 }
 
-} // namespace
-
 Outcome callErrMsg(Call& call) {
     const char* text = nullptr;
     if (call.has("language")) {
@@ -100,6 +98,19 @@ Outcome callDelLocaleMessage(Call& call) {
     const Outcome outcome = answered(call.provider().delLocaleMessage(&call.host.localeText));
     call.host.localeText = nullptr;
     return outcome;
+}
+
+} // namespace
+
+std::vector<Operation> messageOperations() {
+    using namespace fields;
+    return {
+        {19, "errMsg", {number("code"), text("language")}, callErrMsg},
+        {45, "getLastError", {}, callGetLastError},
+        {46, "delLastError", {}, callDelLastError},
+        {47, "getLocaleMessage", {text("language")}, callGetLocaleMessage},
+        {48, "delLocaleMessage", {}, callDelLocaleMessage},
+    };
 }
 
 } // namespace kzfi_simhost

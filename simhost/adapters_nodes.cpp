@@ -35,6 +35,13 @@ std::vector<FreedText> takeNamesFrom(const kfi_domain* node) {
     return names;
 }
 
+/// Adds what the node's record says after the call; nothing for a null node.
+void addState(Outcome& outcome, const kfi_domain* node) {
+    if (node != nullptr) {
+        outcome.values.update(stateOf(*node));
+    }
+}
+
 Outcome withState(int status, const kfi_domain* node) {
     Outcome outcome = answered(status);
     addState(outcome, node);
@@ -52,14 +59,6 @@ Outcome withFlags(Call& call, int status) {
         }
     }
     return outcome;
-}
-
-} // namespace
-
-void addState(Outcome& outcome, const kfi_domain* node) {
-    if (node != nullptr) {
-        outcome.values.update(stateOf(*node));
-    }
 }
 
 Outcome callInitNode(Call& c) {
@@ -141,6 +140,86 @@ Outcome callEnableAccess(Call& c) {
 
 Outcome callDisableAccess(Call& c) {
     return withFlags(c, c.provider().disableAccess(c.subObjects("nodes"), c.number("options")));
+}
+
+Outcome callClaim(Call& c) {
+    kzfi_objid** claimed = nullptr;
+    int count = 0;
+    const int status = c.provider().claim(c.object("object"), &claimed, &count);
+    return answered(status, "claimed", takeNames(claimed, count));
+}
+
+Outcome callSupportsFiType(Call& c) {
+    kfi_domain* const domain = c.node();
+    const int status = c.provider().supportsFiType(domain, c.text("fiType"));
+    return answered(status, "supportLevel",
+                    domain != nullptr ? Json(*domain->support_level) : Json());
+}
+
+Outcome callSubobjList(Call& c) {
+    kzfi_objid** list = nullptr;
+    int count = 0;
+    const int status = c.provider().subobjList(c.node(), &list, &count);
+    // The list stays the node's record's own.
+    return answered(status, "objects", namesOf(list, count));
+}
+
+Outcome callCacheDisable(Call& c) {
+    return answered(c.provider().cacheDisable(c.node(), integer(c, "options")));
+}
+
+Outcome callCacheEnable(Call& c) {
+    c.provider().cacheEnable(c.node(), integer(c, "options"));
+    return Outcome();
+}
+
+Outcome callCacheFlush(Call& c) {
+    c.provider().cacheFlush(c.node(), integer(c, "options"));
+    return Outcome();
+}
+
+Outcome callCheckNodeExistence(Call& c) {
+    int exists = 0;
+    const int status = c.provider().checkNodeExistence(c.node(), &exists);
+    return answered(status, "exists", exists);
+}
+
+} // namespace
+
+std::vector<Operation> nodeOperations() {
+    using namespace fields;
+    return {
+        {6, "claim", {text("object")}, callClaim},
+        {7, "supportsFiType", {node("node"), text("fiType")}, callSupportsFiType},
+        {10, "initNode", {node("node"), nodes("parents"), text("object")}, callInitNode},
+        {12,
+         "initAltNode",
+         {node("node"), node("parent"), node("target"), flag("skipImport")},
+         callInitAltNode},
+        {13,
+         "reAccessTmpObj",
+         {node("node"), text("object"), text("splitType"), node("parent"), text("session"),
+          number("intent")},
+         callReAccessTmpObj},
+        {14,
+         "reAccessAltNode",
+         {node("node"), text("primary"), text("alternate"), text("session"), texts("primaries"),
+          texts("secondaries"), number("intent")},
+         callReAccessAltNode},
+        {15, "deInitNode", {node("node")}, callDeInitNode},
+        {18, "subobjList", {node("node")}, callSubobjList},
+        {29, "isReady", {nodes("nodes"), text("session")}, callIsReady},
+        {30, "cacheDisable", {node("node"), number("options")}, callCacheDisable},
+        {31, "cacheEnable", {node("node"), number("options")}, callCacheEnable},
+        {32, "cacheFlush", {node("node"), number("options")}, callCacheFlush},
+        {33, "interpose", {node("node")}, callInterpose},
+        {42, "checkNodeExistence", {node("node")}, callCheckNodeExistence},
+        {49,
+         "enableAccess",
+         {nodes("nodes"), number("options"), number("first"), number("second")},
+         callEnableAccess},
+        {50, "disableAccess", {nodes("nodes"), number("options")}, callDisableAccess},
+    };
 }
 
 } // namespace kzfi_simhost
