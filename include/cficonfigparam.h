@@ -34,6 +34,7 @@ enum FiConfigUsageType : std::int32_t {
 /// Description of one parameter that a provider accepts; copied member by member.
 class KZFI_PDK_API CFiConfigParamInfo {
   public:
+    /// Name, key of its text in a catalogue, type, and how it may be set.
     std::string key;
     std::string messageId;
     FiConfigDataType dataType = FI_DATA_UNKNOWN;
@@ -57,6 +58,7 @@ class KZFI_PDK_API CFiConfigParamInfo {
 /// member.
 class KZFI_PDK_API CFiConfigParamData {
   public:
+    /// Name, and value or values.
     std::string key;
     std::string value;
     std::vector<std::string> valueList;
@@ -74,8 +76,10 @@ namespace detail {
 template <class Data>
 class KZFI_PDK_API CFiParamList {
   public:
+    /// What the map holds.
     using Entry = Data;
 
+    /// Copies take map, text and placeholder over.
     CFiParamList() = default;
     CFiParamList(const CFiParamList& source);
     CFiParamList& operator=(const CFiParamList& source);
@@ -130,6 +134,7 @@ class KZFI_PDK_API CFiParamListHandler : public CFiSaxParseHandler {
     List& getList();
 
   protected:
+    /// What is being read.
     using Entry = typename List::Entry;
 
     /// Moves the current entry into the list, in place of an entry of its name.
@@ -145,6 +150,7 @@ class KZFI_PDK_API CFiParamListHandler : public CFiSaxParseHandler {
     List list;
 
   protected:
+    /// The entry that is being read.
     Entry current;
 
   private:
@@ -160,6 +166,7 @@ class KZFI_PDK_API CFiValueListHandler : public CFiParamListHandler<List> {
     CFiValueListHandler& operator=(const CFiValueListHandler&) = delete;
     ~CFiValueListHandler() override = default;
 
+    /// What the reader calls.
     void startElement(const XMLCh* uri, const XMLCh* localname, const XMLCh* qname,
                       const xercesc::Attributes& attributes) override;
     void endElement(const XMLCh* uri, const XMLCh* localname, const XMLCh* qname) override;
@@ -239,6 +246,7 @@ class KZFI_PDK_API CFiGetConfigParamListHandler
     CFiGetConfigParamListHandler& operator=(const CFiGetConfigParamListHandler&) = delete;
     ~CFiGetConfigParamListHandler() override;
 
+    /// What the reader calls.
     void startElement(const XMLCh* uri, const XMLCh* localname, const XMLCh* qname,
                       const xercesc::Attributes& attributes) override;
     void endElement(const XMLCh* uri, const XMLCh* localname, const XMLCh* qname) override;

@@ -13,10 +13,10 @@ namespace kzfi_pdk_4_4 {
 /// default.
 struct SFiCredential {
     tstring hostname; ///< of the array's management host
-    tstring username;
+    tstring username; ///< there
     tstring password; ///< in clear text
-    int port = -1;
-    tstring data; ///< whatever else the provider of this array wants
+    int port = -1;    ///< there; -1: none said
+    tstring data;     ///< whatever else the provider of this array wants
 };
 
 /// Finds the credentials of one kind of array in the host's credentials text.

@@ -40,6 +40,7 @@ class KZFI_PDK_API CFiError {
     /// memory to copy it.
     virtual const char* what() const;
 
+    /// What the constructor was given.
     int errorCode;
     tstring message;
     tstring sourceFile;
@@ -56,6 +57,7 @@ class KZFI_PDK_API CFiError {
 /// Ownership: shared by smart pointers.
 class KZFI_PDK_API CFiMessage : public CFiRefCount {
   public:
+    /// Without a key, or with all but the arguments.
     CFiMessage();
     CFiMessage(const std::string& id, kfi_eseverity newSeverity, const std::string& file, int line);
     CFiMessage(const CFiMessage&) = delete;
@@ -68,6 +70,7 @@ class KZFI_PDK_API CFiMessage : public CFiRefCount {
     /// Takes over what the other side serialized.
     virtual void deserialize(const kfi_msg_info* info) = 0;
 
+    /// What the constructor was given, or what deserialize read.
     virtual kfi_eseverity getSeverity();
     virtual int getLineNumber();
     virtual std::string getFileName();
@@ -77,6 +80,7 @@ class KZFI_PDK_API CFiMessage : public CFiRefCount {
     virtual tstring formatMessage(tstring pattern) = 0;
 
   protected:
+    /// What the getters above answer.
     std::string messageId;
     kfi_eseverity severity;
     std::string fileName;

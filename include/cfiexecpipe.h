@@ -25,6 +25,7 @@ namespace kzfi_pdk_4_4 {
 /// 12     the command was ended by a signal                 the signal's number
 /// 13     any other wait status                             0
 struct KZFI_PDK_API EFiExecPipe {
+    /// The command line, a text about the failure, and the two numbers of the table above.
     std::string command;
     std::wstring message;
     int code = 0;
@@ -119,6 +120,7 @@ class KZFI_PDK_API CFiExecPipeBase : public virtual CFiTraceable {
     int recordFailure(const std::string& command, int code, int detail = 0,
                       const std::wstring& message = std::wstring());
 
+    /// What Abort, the constructor, recordFailure and the last Exec set.
     std::atomic<bool> abortRequested;
     std::vector<std::string> stringList;
     EFiExecPipe lastError;
@@ -148,6 +150,7 @@ class KZFI_PDK_API CFiExecPipeBase : public virtual CFiTraceable {
 /// not end.
 class KZFI_PDK_API CFiExecPipePosix : public CFiExecPipeBase {
   public:
+    /// As the base class.
     explicit CFiExecPipePosix(int runFlags);
     CFiExecPipePosix(std::vector<std::string> list, int runFlags);
     CFiExecPipePosix(const CFiExecPipePosix&) = delete;

@@ -14,6 +14,7 @@ namespace kzfi_pdk_4_4 {
 /// One option: a list of values exactly when valueList is not empty. Copied member by member.
 class KZFI_PDK_API CFiFormatOption {
   public:
+    /// Name, and value or values.
     std::string key;
     std::string value;
     std::vector<std::string> valueList;

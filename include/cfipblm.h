@@ -14,12 +14,15 @@ namespace kzfi_pdk_4_4 {
 ///
 /// Threads and ownership: those of the CFiPblmOps.
 struct lunNum {
+    /// No number in use yet.
     explicit lunNum(lunNum* following) : next(following) {}
     lunNum(const lunNum&) = delete;
     lunNum& operator=(const lunNum&) = delete;
 
+    /// The next enclosure of the list.
     lunNum* next;
     std::bitset<256> used; ///< bit n: number n is in use
+    /// Whose numbers they are.
     std::string enclosureId;
 };
 
@@ -55,6 +58,7 @@ class KZFI_PDK_API CFiPblmOps : public virtual CFiTraceable {
     CFiPblmOps& operator=(const CFiPblmOps&) = delete;
     ~CFiPblmOps() override;
 
+    /// The range that setLunNumRange set.
     unsigned int getMinLunNum() const;
     unsigned int getMaxLunNum() const;
 
@@ -123,6 +127,7 @@ class KZFI_PDK_API CFiPblmOps : public virtual CFiTraceable {
     /// Removes a record when it holds the number.
     void rmLunPathRecord(std::string recordPath, unsigned int lunNumber);
 
+    /// What getMinLunNum and getMaxLunNum answer.
     unsigned int minLunNum;
     unsigned int maxLunNum;
     lunNum* enclosureMaps; ///< newest first

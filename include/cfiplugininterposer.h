@@ -14,6 +14,7 @@ namespace kzfi_pdk_4_4 {
 
 /// One frozen-image method (FIM) of a router.
 struct SFiFimInfo {
+    /// Its group, and its own name.
     std::string groupName;
     std::string fimName;
     /// A second name of the method: the first name of an association.
@@ -24,6 +25,7 @@ struct SFiFimInfo {
 
 /// One group of methods; the framework has a node for it.
 struct SFiGroupInfo {
+    /// Its name, and the pattern of the methods in it.
     std::string groupName;
     std::string claimPattern;
     /// The framework's id of the group; null when it gave none.
@@ -145,6 +147,7 @@ class KZFI_PDK_API CFiPluginInterposer : public CFiPluginBase {
                            bool variant, bool deport, int caller);
 
   protected:
+    /// What addIgnoreNodeType and setDefaultNodeType set.
     std::int32_t ignoredNodeTypes;
     std::int32_t defaultNodeType;
     /// For the provider's own use; it traces to the log that the provider registers with it.

@@ -50,6 +50,7 @@ class KZFI_PDK_API CFiPrivateData : public virtual CFiRefCount, public virtual C
     virtual CFiConfigParamInfoList* configInfoList(int mode);
     virtual CFiConfigParamDataList* configDataList(int mode);
 
+    /// Why the framework works on the node.
     virtual void setIntent(kfi_intent newIntent);
     virtual kfi_intent getIntent();
 
@@ -61,11 +62,13 @@ class KZFI_PDK_API CFiPrivateData : public virtual CFiRefCount, public virtual C
     virtual void setSessionId(const char* id);
     virtual std::string getSessionId();
 
+    /// The hosts that snapshots of the node will be imported on.
     virtual std::vector<tstring> getHostList();
     /// Appends the names of list in order; a null name or a null list adds nothing. What is there
     /// stays.
     virtual void setHostList(kfi_host_infn* list);
 
+    /// Whether the snapshots can be taken to another host.
     virtual bool getTransportable();
     virtual void setTransportable(bool isTransportable);
 
@@ -88,11 +91,13 @@ class KZFI_PDK_API CFiPrivateData : public virtual CFiRefCount, public virtual C
     /// The node's name: the object id's own text.
     virtual char* getObjName();
 
+    /// Appends an id, which stays the framework's.
     virtual void addSubObject(kzfi_objid* subObject);
     /// The first of the sub-objects, valid until the next addSubObject; null when there are none.
     virtual kzfi_objid** getSubObjectList();
     virtual std::size_t getSubObjectListLength();
 
+    /// Whether this is the record of an alternate node.
     virtual void setIsAltNode(bool isAlternate);
     virtual bool getIsAltNode();
 
@@ -114,6 +119,7 @@ class KZFI_PDK_API CFiPrivateData : public virtual CFiRefCount, public virtual C
     virtual int selectTargetFromConfigData();
 
   protected:
+    /// What the operations above read and write; a derived class may use it.
     kzfi_objid* object;
     std::vector<kzfi_objid*> subObjects;
     bool isAltNode;
@@ -155,11 +161,13 @@ using CFiPrivateDataFactoryPtr =
 /// Threads: the factory is registered before the framework works on nodes.
 class KZFI_PDK_API CFiPrivateDataManager : public virtual CFiRefCount {
   public:
+    /// With a factory, or without one until it is registered.
     CFiPrivateDataManager() {}
     explicit CFiPrivateDataManager(const CFiPrivateDataFactoryPtr& newFactory)
         : factory(newFactory) {}
     virtual ~CFiPrivateDataManager();
 
+    /// The factory that getFactory hands out from now on.
     void registerFactory(const CFiPrivateDataFactoryPtr& newFactory) { factory = newFactory; }
     /// A counted copy; empty when none is registered.
     CFiPrivateDataFactoryPtr getFactory() const { return factory; }

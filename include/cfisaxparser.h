@@ -106,6 +106,7 @@ class KZFI_PDK_API CFiSaxParseHandler : public xercesc::DefaultHandler {
     /// Throws a copy of the saved error when one with a message was reported.
     void raiseError() const;
 
+    /// The error that raiseError throws, whether any was reported, and the text read so far.
     xercesc::SAXParseException* savedError;
     bool errorSeen;
     std::string buffer;

@@ -151,6 +151,7 @@ class CFiSmartPtr {
         return static_cast<int>(remaining);
     }
 
+    /// The object, and whether there is one.
     T* get() const { return held; }
     T* operator->() const { return held; }
     T& operator*() const { return *held; }

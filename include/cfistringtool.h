@@ -42,6 +42,7 @@ class KZFI_PDK_API CFiStringTool {
     static std::string wcs2mbs(const std::wstring& text);
     static std::string wstr2str(const std::string& text);
 
+    /// Up to the first NUL; to and from wide characters as above.
     static std::string tstr2str(const tstring& text);
     static tstring str2tstr(const std::string& text);
     static std::wstring tstr2wstr(const tstring& text);
@@ -73,6 +74,7 @@ class KZFI_PDK_API CFiStringTool {
 
     // ---- Numbers ----
 
+    /// As decimal numbers.
     static std::string int2str(int number);
     static std::string int2str(long number);
     static std::string uint2str(unsigned int number);
@@ -134,6 +136,7 @@ class KZFI_PDK_API CFiStringTool {
     static std::string searchreplace(const std::string& source, const std::string& search,
                                      const std::string& replace);
 
+    /// In upper or lower case.
     static std::string tostrupper(const std::string& text);
     static std::wstring tostrupper(const std::wstring& text);
     static std::string tostrlower(const std::string& text);

@@ -28,6 +28,7 @@ class KZFI_PDK_API CFiTraceable {
     virtual void registerTraceLog(const CFiTraceLogPtr& log);
 
   protected:
+    /// What registerTraceLog was given; empty before.
     CFiTraceLogPtr traceLog;
 };
 

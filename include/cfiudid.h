@@ -19,6 +19,7 @@ class KZFI_PDK_API CFiUdidException {
         NO_LAST_FIELD = 4    ///< no "##" after the second field
     };
 
+    /// code is a Cause.
     CFiUdidException(const std::string& text, int code) : udid(text), errorCode(code) {}
     CFiUdidException(const CFiUdidException&) = default;
     CFiUdidException& operator=(const CFiUdidException&) = default;
@@ -34,6 +35,7 @@ class KZFI_PDK_API CFiUdidException {
 /// Errors: CFiUdidException leaves the constructor and parse().
 class KZFI_PDK_API CFiUdid {
   public:
+    /// Parses text.
     CFiUdid(const tstring& text);
     CFiUdid(const CFiUdid&) = default;
     CFiUdid& operator=(const CFiUdid&) = default;
@@ -46,6 +48,7 @@ class KZFI_PDK_API CFiUdid {
     /// UDID##A##B####C, the form that configurations are matched against.
     std::string getUdidString() const;
 
+    /// Vendor, and product or array.
     std::string field1;
     std::string field2;
     std::string field3;    ///< the enclosure; empty when there were three fields

@@ -72,8 +72,8 @@ struct kzfi_objid {
 
 /** The nodes that one owner holds together: count entries follow inline. */
 struct kfi_domain_owner {
-    int32_t count;
-    kfi_domain* nodes[1];
+    int32_t count;        /**< number of nodes */
+    kfi_domain* nodes[1]; /**< the nodes themselves */
 };
 
 /** One side of an association between a node and a frozen-image method. */
@@ -85,9 +85,9 @@ struct kfi_domain_assoc_entry {
 
 /** Element of a node's association list; element and entries are allocated with new. */
 struct kfi_domain_assoc {
-    kfi_domain_assoc* next;
-    kfi_domain_assoc_entry* first;
-    kfi_domain_assoc_entry* second;
+    kfi_domain_assoc* next;         /**< null ends the list */
+    kfi_domain_assoc_entry* first;  /**< one side */
+    kfi_domain_assoc_entry* second; /**< the other */
 };
 
 /** A node: the object that the framework takes a frozen image of. Also used for sub-objects. */
@@ -104,17 +104,17 @@ struct kfi_domain {
 
 /** A node of a frozen-image request together with its counterpart. */
 struct kfi_splitnode {
-    void* reserved;
-    kfi_domain* node;
+    void* reserved;          /**< the framework's own */
+    kfi_domain* node;        /**< the node */
     kfi_domain* second_node; /**< may be null */
 };
 
 /** Singly linked list of sub-objects; null ends it. */
 struct kfi_node_subobj_list {
-    kfi_domain* subobj; /**< may be null: the element is skipped */
-    void* reserved1;
-    void* reserved2;
-    kfi_node_subobj_list* next;
+    kfi_domain* subobj;         /**< may be null: the element is skipped */
+    void* reserved1;            /**< the framework's own */
+    void* reserved2;            /**< the framework's own */
+    kfi_node_subobj_list* next; /**< null ends the list */
 };
 
 /** A buffer that travels across the plug-in boundary. */
@@ -126,15 +126,15 @@ struct kfi_blob {
 
 /** A configuration request; what the selectors mean is told at CFiPluginBase::config. */
 struct kfi_confspec {
-    uintptr_t first_selector;
-    uintptr_t second_selector;
-    char* text; /**< XML in and out; what comes out is from kzfi_alloc_buf */
+    uintptr_t first_selector;  /**< non-zero: list index 1 */
+    uintptr_t second_selector; /**< non-zero: a text is asked for though the first is zero */
+    char* text;                /**< XML in and out; what comes out is from kzfi_alloc_buf */
 };
 
 /** Singly linked list of host names. */
 struct kfi_host_infn {
-    char* name; /**< may be null: the element is skipped */
-    kfi_host_infn* next;
+    char* name;          /**< may be null: the element is skipped */
+    kfi_host_infn* next; /**< null ends the list */
 };
 
 /** A message in its serialized text form; record and text stay the message's. */

@@ -27,11 +27,13 @@ class KZFI_HOST_API StatusMsg {
     StatusMsg(const StatusMsg&) = delete;
     StatusMsg& operator=(const StatusMsg&) = delete;
 
+    /// What the message says.
     void setCode(int newCode);
     void setSeverity(int newSeverity);
     void setText(const std::string& newText);
     void addArgument(const std::string& name, const std::string& value);
 
+    /// What was set.
     int getCode() const;
     int getSeverity() const;
     const std::string& getText() const;
@@ -66,6 +68,7 @@ class AutoDereference {
         }
     }
 
+    /// The object, and whether there is one.
     T* get() const { return held; }
     T* operator->() const { return held; }
     explicit operator bool() const { return held != nullptr; }
@@ -76,6 +79,7 @@ class AutoDereference {
 
 /// How XML text is encoded.
 struct XmlStr {
+    /// UTF-8 is the only one.
     enum Encoding { UTF_8 = 1 };
 };
 
