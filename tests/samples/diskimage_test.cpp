@@ -422,6 +422,21 @@ TEST_F(DiskImageTest, OnlyTargetsOfTheNodeAreDisposedOfAndRestoredFrom) {
     EXPECT_THAT(files(), ElementsAre("00A3.raw", "00A4.raw"));
 }
 
+TEST_F(DiskImageTest, ADeviceOfTheSameNameInAnotherEnclosureIsNoTarget) {
+    disk("00A3.raw", noise(512, 1));
+    writeFile(folder.path("root/enclosures/ENC2/00B7.raw"), "another's");
+    const std::string other = "UDID##ACME##DISKIMAGE##ENC2##00B7";
+    addNode(other);
+    giveCredentials(credentialsOf("ENC1") + credentialsOf("ENC2"));
+    startHost();
+    choose();
+    EXPECT_TRUE(exists(other));
+    EXPECT_EQ(dispose(SOURCE, other), CANNOT_DISPOSE);
+    EXPECT_EQ(restore(SOURCE, other), CANNOT_RESTORE);
+    EXPECT_EQ(said(), "diskimage: " + other + " is not a target of " + SOURCE + ".");
+    EXPECT_TRUE(exists(other));
+}
+
 TEST_F(DiskImageTest, AnyOfTheCandidatesCanBeRestoredFrom) {
     disk("00A3.raw", noise(512, 1));
     disk("00B8.raw", noise(512, 5));
@@ -481,6 +496,14 @@ TEST_F(DiskImageTest, WithoutCredentialsTheEnclosureIsClosed) {
         stopHost();
     }
     EXPECT_THAT(files(), ElementsAre("00A3.raw"));
+}
+
+TEST_F(DiskImageTest, AnEnclosureNameThatLeadsElsewhereChoosesNoFolder) {
+    giveCredentials(credentialsOf("../elsewhere"));
+    writeFile(folder.path("root/enclosures/x"), "");
+    writeFile(folder.path("root/elsewhere/a.part"), "kept");
+    startHost();
+    EXPECT_EQ(readFile(folder.path("root/elsewhere/a.part")), "kept");
 }
 
 TEST_F(DiskImageTest, FoldersMayHaveBlanksQuotesAndBackslashesInTheirNames) {

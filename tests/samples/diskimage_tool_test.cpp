@@ -376,6 +376,11 @@ TEST_F(DiskImageToolTest, InAChildContextTheFrameworkRunsTheTool) {
     EXPECT_EQ(command, "'" + tool() + "' 'convert' '-p' '-f' 'raw' '-O' 'raw' '" +
                            inEnclosure("00A3.raw") + "' '" + inEnclosure("00B7.raw.part") + "'");
     EXPECT_EQ(content("00B7.raw"), "copy");
+    writeFile(tool(), "#!/bin/sh\necho one\necho two\nexit 1\n");
+    EXPECT_EQ(dispose(), 0);
+    EXPECT_EQ(make(), CANNOT_MAKE);
+    EXPECT_EQ(said(), "diskimage: " + tool() + " failed: one; two");
+    EXPECT_THAT(files(), ElementsAre("00A3.raw"));
 }
 
 } // namespace
