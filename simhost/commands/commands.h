@@ -24,6 +24,7 @@ void addDescribeCommand(CLI::App& app, Action& action);
 void addOperationsCommand(CLI::App& app, Action& action);
 void addCheckCommand(CLI::App& app, Action& action);
 void addTraceCommand(CLI::App& app, Action& action);
+void addNewCommand(CLI::App& app, Action& action);
 
 /// The option --root of every subcommand that runs a provider.
 void addRootOption(CLI::App& command, std::string& root);
