@@ -1,5 +1,7 @@
 #include "adapters.h"
 
+#include <cstring>
+
 namespace kzfi_simhost {
 
 Outcome answered(int status) {
@@ -30,10 +32,27 @@ Json takeNames(kzfi_objid** list, long count) {
     return names;
 }
 
-Json textsOf(char** list, long count) {
+Json takeText(const Call& call, char* text) {
+    Json said = textOf(text);
+    if (text != nullptr && !call.handedIn(text)) {
+        kzfi_free_buf(text, std::strlen(text) + 1);
+    }
+    return said;
+}
+
+Json takeTexts(const Call& call, char** list, long count) {
+    if (list == nullptr || count <= 0) {
+        return Json::array();
+    }
+    const Json texts = takeTextsIn(call, {list, list + count});
+    kzfi_free_buf(list, static_cast<std::size_t>(count) * sizeof(*list));
+    return texts;
+}
+
+Json takeTextsIn(const Call& call, const std::vector<char*>& list) {
     Json texts = Json::array();
-    for (long i = 0; list != nullptr && i < count; ++i) {
-        texts.push_back(textOf(list[i]));
+    for (char* const text : list) {
+        texts.push_back(takeText(call, text));
     }
     return texts;
 }

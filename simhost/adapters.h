@@ -22,8 +22,12 @@ Outcome answered(int status, const std::string& name, Json value);
 Json namesOf(kzfi_objid** list, long count);
 Json takeNames(kzfi_objid** list, long count);
 
-/// Texts that a provider gave.
-Json textsOf(char** list, long count);
+/// Texts that a provider gave and that are the host's now: what they say, and the memory goes back.
+/// A text that the call itself handed in stays. Of a list without a count nothing is known.
+Json takeText(const Call& call, char* text);
+Json takeTexts(const Call& call, char** list, long count);
+/// The same for texts in a list of the host's own.
+Json takeTextsIn(const Call& call, const std::vector<char*>& list);
 
 /// A NUMBER field where the operation takes an int.
 int integer(const Call& call, const std::string& field);

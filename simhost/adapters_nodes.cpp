@@ -1,7 +1,6 @@
 // The operations that work on the framework's nodes, and what becomes of the nodes.
+#include <algorithm>
 #include <cstdlib>
-#include <memory>
-#include <utility>
 
 #include "adapters.h"
 
@@ -12,25 +11,14 @@ int intentOf(const Call& call) {
     return static_cast<int>(call.number("intent"));
 }
 
-struct Freed {
-    void operator()(char* text) const { std::free(text); }
-};
-using FreedText = std::unique_ptr<char, Freed>;
-
-void takeName(kfi_domain_assoc_entry* entry, std::vector<FreedText>& names) {
-    if (entry != nullptr) {
-        names.emplace_back(std::exchange(entry->name, nullptr));
-    }
-}
-
-/// The names in the node's associations, which are the host's to free: deInitNode frees the list
-/// alone.
-std::vector<FreedText> takeNamesFrom(const kfi_domain* node) {
-    std::vector<FreedText> names;
+/// The names in the node's associations.
+std::vector<char*> associationNames(const kfi_domain* node) {
+    std::vector<char*> names;
     for (const kfi_domain_assoc* each = node != nullptr ? node->assoc_list : nullptr;
          each != nullptr; each = each->next) {
-        takeName(each->first, names);
-        takeName(each->second, names);
+        for (const kfi_domain_assoc_entry* const entry : {each->first, each->second}) {
+            names.push_back(entry != nullptr ? entry->name : nullptr);
+        }
     }
     return names;
 }
@@ -95,8 +83,12 @@ Outcome callReAccessAltNode(Call& c) {
 
 Outcome callDeInitNode(Call& c) {
     kfi_domain* const node = c.node();
-    const std::vector<FreedText> names = takeNamesFrom(node);
+    const std::vector<char*> names = associationNames(node);
     c.provider().deInitNode(node);
+    if (node != nullptr && node->assoc_list == nullptr) {
+        // The names are the host's to free: the provider frees the list alone.
+        std::for_each(names.begin(), names.end(), std::free);
+    }
     if (node != nullptr) {
         node->display_name = nullptr; // The provider is done with the node; the text may be gone.
     }

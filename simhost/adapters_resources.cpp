@@ -22,18 +22,17 @@ Outcome callTranslateResourceNames(Call& c) {
     const int status =
         c.provider().translateResourceNames(names.data(), countOf(names), translated.data());
     return answered(status, "translated",
-                    textsOf(translated.data(), static_cast<long>(names.size())));
+                    takeTextsIn(c, {translated.begin(), translated.end() - 1}));
 }
 
 Outcome callImportResource(Call& c) {
     std::vector<char*>& resources = c.texts("resources");
-    const std::size_t count = resources.size();
     resources.push_back(nullptr);
     std::vector<char*> results(resources.size());
     const int status = c.provider().importResource(
         resources.data(), c.text("udid"), c.text("hostname"), c.text("session"),
         integer(c, "request"), results.data(), c.text("options"));
-    return answered(status, "results", textsOf(results.data(), static_cast<long>(count)));
+    return answered(status, "results", takeTextsIn(c, {results.begin(), results.end() - 1}));
 }
 
 Outcome callFormat(Call& c) {
@@ -43,7 +42,7 @@ Outcome callFormat(Call& c) {
     const int status = c.provider().format(
         resources.data(), countOf(resources), c.text("fileSystem"), c.text("label"),
         c.text("parameters"), integer(c, "options"), &results, &count);
-    return answered(status, "results", textsOf(results, count));
+    return answered(status, "results", takeTexts(c, results, count));
 }
 
 Outcome callOnlineResource(Call& c) {
@@ -53,7 +52,7 @@ Outcome callOnlineResource(Call& c) {
     const int status = c.provider().onlineResource(
         resources.data(), countOf(resources), c.text("hostname"), c.text("mountPoint"),
         c.text("fileSystem"), c.text("parameters"), integer(c, "options"), &results, &count);
-    return answered(status, "results", textsOf(results, count));
+    return answered(status, "results", takeTexts(c, results, count));
 }
 
 Outcome callDeportResource(Call& c) {

@@ -43,7 +43,7 @@ Outcome callRestore(Call& c) {
         c.provider().restore(primaries.data(), c.objects("snapshots", primaries.size()).data(),
                              countOf(primaries), c.text("session"), c.text("options"), &results,
                              &resultCount, c.number("flags"), statuses.data());
-    Outcome outcome = answered(status, "results", textsOf(results, resultCount));
+    Outcome outcome = answered(status, "results", takeTexts(c, results, resultCount));
     outcome.values["statuses"] = firstOf(statuses, primaries.size());
     return outcome;
 }
@@ -79,7 +79,7 @@ Outcome callGetSnapshotSetId(Call& c) {
     char* id = nullptr;
     const int status = c.provider().getSnapshotSetId(c.node(), &id);
     Outcome outcome = answered(status);
-    outcome.text = textOf(id);
+    outcome.text = takeText(c, id);
     return outcome;
 }
 

@@ -1,5 +1,7 @@
 #include "call.h"
 
+#include <algorithm>
+
 namespace kzfi_simhost {
 
 Json Call::raw(const std::string& field) const {
@@ -106,6 +108,11 @@ std::vector<char*>& Call::texts(const std::string& field) {
         list.push_back(keep(value.get<std::string>()));
     }
     return list;
+}
+
+bool Call::handedIn(const char* text) const {
+    return std::any_of(keptTexts.begin(), keptTexts.end(),
+                       [&](const std::vector<char>& kept) { return kept.data() == text; });
 }
 
 /// A copy that the provider may write to.

@@ -53,6 +53,8 @@ class Call {
     std::string choice(const std::string& field, const std::string& otherwise) const;
     /// Whether the step has the field at all.
     bool has(const std::string& field) const { return arguments.contains(field); }
+    /// Whether text is one that this call handed to the provider.
+    bool handedIn(const char* text) const;
     /// Any field as the scenario has it; null when it is left out or null.
     Json raw(const std::string& field) const;
 

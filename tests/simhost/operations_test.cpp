@@ -30,6 +30,18 @@ kzfi_objid** handOut(const std::vector<std::string>& names) {
     return list;
 }
 
+char* handOutText(const std::string& text) {
+    char* const copy = static_cast<char*>(kzfi_alloc_buf(text.size() + 1));
+    std::memcpy(copy, text.c_str(), text.size() + 1);
+    return copy;
+}
+
+char** handOutTexts(const std::vector<char*>& texts) {
+    char** const list = static_cast<char**>(kzfi_alloc_buf(texts.size() * sizeof(char*)));
+    std::copy(texts.begin(), texts.end(), list);
+    return list;
+}
+
 std::string textOrNull(const char* text) {
     return text != nullptr ? text : "(null)";
 }
@@ -109,16 +121,55 @@ class Witness : public CFiPluginBase {
 
     int restore(kzfi_objid** primaries, kzfi_objid** snapshots, long count, char*, char*,
                 char*** results, long* resultCount, long flags, long* status) override {
-        static char first[] = "r1";
-        static char* texts[] = {first, nullptr};
         for (long i = 0; i < count; ++i) {
             seen.push_back(primaries[i]->name);
             seen.push_back(snapshots[i]->name);
             status[i] = flags + i;
         }
-        *results = texts;
+        *results = handOutTexts({handOutText("r1"), nullptr});
         *resultCount = 2;
         return 0;
+    }
+
+    int translateResourceNames(char** names, int count, char** translated) override {
+        for (int i = 0; i < count; ++i) {
+            // One stays as it is, the others are new.
+            translated[i] = i == 0 ? names[i] : handOutText(std::string("new ") + names[i]);
+        }
+        return 0;
+    }
+
+    int importResource(char**, char*, char*, char*, int, char** results, char*) override {
+        results[0] = handOutText("imported");
+        return 0;
+    }
+
+    int format(char** resources, int count, char*, char*, char*, int, char*** results,
+               int* resultCount) override {
+        *results = handOutTexts({handOutText("formatted"), resources[0]});
+        *resultCount = count;
+        return 0;
+    }
+
+    int onlineResource(char**, int, char*, char*, char*, char*, int, char*** results,
+                       int* resultCount) override {
+        *results = handOutTexts({handOutText("online")});
+        *resultCount = 1;
+        return 0;
+    }
+
+    int getSnapshotSetId(kfi_domain*, char** id) override {
+        *id = handOutText("set 7");
+        return 0;
+    }
+
+    void deInitNode(kfi_domain* node) override {
+        for (const kfi_domain_assoc* each = node->assoc_list; each != nullptr; each = each->next) {
+            seen.push_back(textOrNull(each->first->name));
+        }
+        if (!keepsAssociations) {
+            CFiPluginBase::deInitNode(node);
+        }
     }
 
     int setImportOptions(kfi_splitnode**, int, kfi_host_infn* hosts, int transportable,
@@ -144,6 +195,7 @@ class Witness : public CFiPluginBase {
     std::vector<std::string> seen;
     std::string reply;
     bool lowerIsMissing = false;
+    bool keepsAssociations = false;
 };
 
 class OperationsTest : public testing::Test {
@@ -280,10 +332,46 @@ TEST_F(OperationsTest, ListsThatAreHandedOutComeBack) {
     EXPECT_EQ(call("interpose").values, Json({{"interposer", "<x>n1"}, {"lower", {"g1"}}}));
     const Outcome produced = call("processProviderState");
     EXPECT_EQ(produced.text, Json("state"));
+    EXPECT_EQ(call("restore").values["results"], Json({"r1", nullptr}));
+    EXPECT_EQ(call("translateResourceNames", {{"names", {"a", "b"}}}).values,
+              Json({{"translated", {"a", "new b"}}}));
+    EXPECT_EQ(call("importResource", {{"resources", {"a", "b"}}}).values,
+              Json({{"results", {"imported", nullptr}}}));
+    EXPECT_EQ(call("format", {{"resources", {"a", "b"}}}).values,
+              Json({{"results", {"formatted", "a"}}}));
+    EXPECT_EQ(call("onlineResource").values, Json({{"results", {"online"}}}));
+    EXPECT_EQ(call("getSnapshotSetId").text, Json("set 7"));
     const kzfi_platform_counts counts = kzfi_platform_get_counts();
     EXPECT_EQ(counts.taken - counts.given_back, before);
     EXPECT_EQ(counts.wrong_size, 0u);
     EXPECT_EQ(counts.unknown, 0u);
+}
+
+/// An association as a provider makes it.
+void associate(kfi_domain* node, const char* name) {
+    kfi_domain_assoc* const made = new kfi_domain_assoc{};
+    made->first = new kfi_domain_assoc_entry{};
+    made->first->name = strdup(name);
+    made->next = node->assoc_list;
+    node->assoc_list = made;
+}
+
+TEST_F(OperationsTest, DeInitNodeSeesTheAssociationsNames) {
+    witness();
+    associate(context->nodes().first(), "mirror");
+    associate(context->nodes().first(), "other");
+    EXPECT_THAT(seen("deInitNode", {{"node", "n1"}}), ElementsAre("other", "mirror"));
+    EXPECT_EQ(context->nodes().first()->assoc_list, nullptr);
+}
+
+TEST_F(OperationsTest, AssociationsThatDeInitNodeLeavesKeepTheirNames) {
+    witness().keepsAssociations = true;
+    associate(context->nodes().first(), "mirror");
+    call("deInitNode", {{"node", "n1"}});
+    EXPECT_EQ(call("prePrepare").status, 0);
+    EXPECT_STREQ(context->nodes().first()->assoc_list->first->name, "mirror");
+    witness().keepsAssociations = false;
+    call("deInitNode", {{"node", "n1"}});
 }
 
 TEST_F(OperationsTest, ACountWithoutAListIsNoList) {

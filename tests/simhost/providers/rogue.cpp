@@ -107,6 +107,11 @@ const std::map<std::string, std::function<void()>> deeds = {
          _exit(0);
      }},
     {"grow slowly", [] { growSlowly(); }},
+    {"print and exit",
+     [] {
+         std::puts("so long");
+         std::exit(3);
+     }},
     {"print", [] { std::puts("printed by the provider"); }},
 };
 
@@ -144,14 +149,17 @@ class Rogue : public CFiPluginBase {
             sleepForEver();
         }
         if (std::getenv("ROGUE_CRASHES") != nullptr) {
+            std::puts("about to crash");
+            std::fflush(stdout);
             std::abort();
         }
         return 0;
     }
 
     int getSnapshotSetId(kfi_domain*, char** id) override {
-        static char text[] = "a \033[31mred\tset\n\xff";
-        *id = text;
+        const std::string text = "a \033[31mred\tset\n\xff";
+        *id = static_cast<char*>(kzfi_alloc_buf(text.size() + 1));
+        std::memcpy(*id, text.c_str(), text.size() + 1);
         return 0;
     }
 
