@@ -93,8 +93,8 @@ std::string HostRoot::traceFile(const std::string& name) const {
     fs::path newest;
     std::error_code ignored;
     for (const fs::directory_entry& entry : fs::directory_iterator(traceFolder(), ignored)) {
-        const bool dated =
-            entry.path().stem() == name && entry.path().extension().string().size() == 7;
+        const bool dated = (name.empty() || entry.path().stem() == name) &&
+                           entry.path().extension().string().size() == 7;
         if (dated && (newest.empty() ||
                       entry.last_write_time(ignored) > fs::last_write_time(newest, ignored))) {
             newest = entry.path();
@@ -103,8 +103,20 @@ std::string HostRoot::traceFile(const std::string& name) const {
     return newest.string();
 }
 
-std::vector<std::string> lastLines(const std::string& path, std::size_t count) {
+std::map<std::string, std::uintmax_t> HostRoot::traceSizes() const {
+    std::map<std::string, std::uintmax_t> sizes;
+    std::error_code ignored;
+    for (const fs::directory_entry& entry : fs::directory_iterator(traceFolder(), ignored)) {
+        sizes[entry.path().string()] =
+            entry.is_regular_file(ignored) ? entry.file_size(ignored) : 0;
+    }
+    return sizes;
+}
+
+std::vector<std::string> lastLines(const std::string& path, std::size_t count,
+                                   std::uintmax_t from) {
     std::ifstream file(path);
+    file.seekg(static_cast<std::streamoff>(from));
     std::deque<std::string> lines;
     for (std::string line; std::getline(file, line);) {
         lines.push_back(line);

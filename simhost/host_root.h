@@ -2,6 +2,8 @@
 #ifndef KZFI_SIMHOST_HOST_ROOT_H
 #define KZFI_SIMHOST_HOST_ROOT_H
 
+#include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -33,15 +35,21 @@ class HostRoot {
     /// as well, but not without a word on standard output about a file that is missing.
     void makeTraceFile(const std::string& name) const;
 
-    /// The newest of the dated trace files of this base name; empty when there is none.
+    /// The newest of the dated trace files of this base name, of all for the empty name; empty when
+    /// there is none.
     std::string traceFile(const std::string& name) const;
+
+    /// The sizes of all trace files by path.
+    std::map<std::string, std::uintmax_t> traceSizes() const;
 
   private:
     std::string folder;
 };
 
-/// The last count lines of a file; fewer when it is shorter, none when it cannot be read.
-std::vector<std::string> lastLines(const std::string& path, std::size_t count);
+/// The last count lines of what a file holds behind its first from bytes; fewer when there are
+/// fewer, none when it cannot be read.
+std::vector<std::string> lastLines(const std::string& path, std::size_t count,
+                                   std::uintmax_t from = 0);
 
 } // namespace kzfi_simhost
 

@@ -37,6 +37,14 @@ class ConsoleReport {
     std::size_t titleWidth = 0;
 };
 
+// The headings of what a provider said last.
+inline constexpr char LAST_TRACE[] = "last lines of the trace:";
+inline constexpr char LAST_OUTPUT[] = "last lines of the provider's output:";
+
+/// An empty line, the heading and the lines, made harmless; nothing without lines.
+void writeExcerpt(std::ostream& out, const std::string& heading,
+                  const std::vector<std::string>& lines);
+
 Json toJson(const RunReport& report);
 std::string toJunit(const RunReport& report);
 

@@ -72,6 +72,16 @@ std::string counted(const RunReport& report, Result result) {
 
 } // namespace
 
+void writeExcerpt(std::ostream& out, const std::string& heading,
+                  const std::vector<std::string>& lines) {
+    if (!lines.empty()) {
+        out << "\n" << heading << "\n";
+    }
+    for (const std::string& line : lines) {
+        out << "  " << harmless(line) << "\n";
+    }
+}
+
 std::string ConsoleReport::coloured(const char* code, const std::string& text) const {
     return colours ? std::string("\033[") + code + "m" + text + "\033[0m" : text;
 }
@@ -173,16 +183,8 @@ void ConsoleReport::branch(const NodesByName& nodes, const Json& node, std::size
 }
 
 void ConsoleReport::end(const RunReport& report) {
-    const auto excerpt = [&](const char* what, const std::vector<std::string>& lines) {
-        if (!lines.empty()) {
-            stream << "\n" << what << "\n";
-        }
-        for (const std::string& line : lines) {
-            stream << "  " << harmless(line) << "\n";
-        }
-    };
-    excerpt("last lines of the trace:", report.lastTrace);
-    excerpt("last lines of the provider's output:", report.lastOutput);
+    writeExcerpt(stream, LAST_TRACE, report.lastTrace);
+    writeExcerpt(stream, LAST_OUTPUT, report.lastOutput);
     stream << "\n"
            << coloured(report.passed() ? GREEN : RED, report.passed() ? "PASSED" : "FAILED") << "  "
            << report.stages.size() << " steps: " << report.count(Result::PASSED) << " passed";

@@ -2,9 +2,12 @@
 
 #include <chrono>
 #include <filesystem>
+#include <map>
+#include <sstream>
 
 #include "child_run.h"
 #include "drive.h"
+#include "report.h"
 
 namespace kzfi_simhost {
 namespace {
@@ -66,6 +69,7 @@ class Runner {
         refuseHiddenProvider();
         placeFiles();
         std::filesystem::remove(root.outputFile());
+        const std::map<std::string, std::uintmax_t> tracesBefore = root.traceSizes();
         const TickListener tick = [&] { tell(); };
         const ChildEnd end =
             runInChild([&](const EventWriter& events) { drive(scenario, root, events); },
@@ -75,7 +79,7 @@ class Runner {
             throw CannotRun(refusal);
         }
         report.privateUsr = end.privateUsr;
-        findFiles();
+        findFiles(tracesBefore);
         if (end.kind != ChildEnd::DONE) {
             blame(end);
         }
@@ -162,9 +166,16 @@ class Runner {
         }
     }
 
-    void findFiles() {
-        const std::string& chosen = scenario.trace.file;
-        report.traceFile = root.traceFile(chosen.empty() ? report.name + ".log" : chosen);
+    /// A provider that did not come as far as its name may have traced all the same.
+    std::string traceName() const {
+        const bool known = !report.name.empty();
+        return scenario.trace.file.empty() && known ? report.name + ".log" : scenario.trace.file;
+    }
+
+    void findFiles(const std::map<std::string, std::uintmax_t>& tracesBefore) {
+        report.traceFile = root.traceFile(traceName());
+        const auto before = tracesBefore.find(report.traceFile);
+        report.traceStart = before != tracesBefore.end() ? before->second : 0;
         std::error_code error;
         if (std::filesystem::file_size(root.outputFile(), error) > 0 && !error) {
             report.outputFile = root.outputFile();
@@ -178,12 +189,13 @@ class Runner {
             ++index;
         }
         Stage& stage = report.stages[index];
-        report.lastTrace = lastLines(report.traceFile, LAST_LINES);
+        report.lastTrace = lastLines(report.traceFile, LAST_LINES, report.traceStart);
         report.lastOutput = lastLines(report.outputFile, LAST_LINES);
         if (index == LOAD_STAGE) {
             throw CannotRun(at(scenario, scenario.providerLine,
                                "the provider " + scenario.provider +
-                                   " cannot be loaded: its process " + end.inWords()));
+                                   " cannot be loaded: its process " + end.inWords() +
+                                   lastWords()));
         }
         stage.result = resultOf(end.kind);
         stage.reason = "the provider's process " + end.inWords();
@@ -191,6 +203,15 @@ class Runner {
             stage.seconds = stage.deadline;
         }
         listener(stage);
+    }
+
+    /// What the provider said before it ended, as lines behind a complaint.
+    std::string lastWords() const {
+        std::ostringstream words;
+        writeExcerpt(words, LAST_TRACE, report.lastTrace);
+        writeExcerpt(words, LAST_OUTPUT, report.lastOutput);
+        const std::string text = words.str();
+        return text.substr(0, text.find_last_not_of('\n') + 1);
     }
 
     const Scenario& scenario;
@@ -221,6 +242,10 @@ const char* wordFor(Result result) {
         return "hung";
     }
     return "";
+}
+
+bool isEnd(Result result) {
+    return result == Result::CRASHED || result == Result::EXITED || result == Result::HUNG;
 }
 
 bool RunReport::passed() const {

@@ -2,6 +2,7 @@
 #ifndef KZFI_SIMHOST_RUN_H
 #define KZFI_SIMHOST_RUN_H
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -24,6 +25,9 @@ enum class Result {
 
 /// "passed", "failed", "crashed", "exited", "hung", "not run".
 const char* wordFor(Result result);
+
+/// Whether it is the provider's process that ended.
+bool isEnd(Result result);
 
 /// Loading, a step, or whatever else a run goes through.
 struct Stage {
@@ -48,9 +52,10 @@ struct RunReport {
     std::string name;
     std::string fimName;
     std::string root;
-    std::string traceFile;  ///< empty: nothing was traced
-    std::string outputFile; ///< empty: the provider printed nothing
-    std::string privateUsr; ///< why there was none; empty when there was one
+    std::string traceFile;         ///< empty: nothing was traced
+    std::uintmax_t traceStart = 0; ///< where this run's lines begin in it
+    std::string outputFile;        ///< empty: the provider printed nothing
+    std::string privateUsr;        ///< why there was none; empty when there was one
     std::vector<Stage> stages;
     Json tree; ///< the nodes after the last step, as NodeStore gives them; null without
     std::vector<std::string> lastTrace;  ///< before a crash, an exit or a hang

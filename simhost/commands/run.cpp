@@ -25,9 +25,12 @@ struct Options {
     bool trace = false;
 };
 
-void printTrace(const std::string& path) {
+/// This run's lines: a root that is used again has those of others as well.
+void printTrace(const RunReport& report) {
+    const std::string& path = report.traceFile;
     std::cout << "\ntrace file " << (path.empty() ? "(none)" : path) << "\n";
     std::ifstream file(path);
+    file.seekg(static_cast<std::streamoff>(report.traceStart));
     for (std::string line; std::getline(file, line);) {
         std::cout << harmless(line) << "\n";
     }
@@ -65,7 +68,7 @@ int run(const Options& options) {
         writeReport(options.junit, toJunit(report));
     }
     if (options.trace) {
-        printTrace(report.traceFile);
+        printTrace(report);
     }
     return report.passed() ? AS_EXPECTED : NOT_AS_EXPECTED;
 }

@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "host_root.h"
 #include "json.h"
 #include "support/temp_dir.h"
 
@@ -64,6 +65,11 @@ class SimhostCommand {
     kzfi_simhost::Json report(const std::string& provider, const std::string& rest) const {
         run(provider, rest, {"--json", path("report.json")});
         return kzfi_simhost::Json::parse(readFile(path("report.json")));
+    }
+
+    /// The trace of a provider of this name below "root".
+    std::string tracePath(const std::string& name) const {
+        return kzfi_simhost::HostRoot(path("root")).traceFile(name + ".log");
     }
 
     std::string scenario() const { return folder.path("scenario.yaml"); }

@@ -84,6 +84,8 @@ TEST(HostRootTest, FindsTheNewestTraceFileOfAName) {
     fs::last_write_time(root.traceFolder() + "/p.log.112126", now - std::chrono::hours(1));
     fs::last_write_time(root.traceFolder() + "/p.log.112226", now);
     EXPECT_EQ(root.traceFile("p.log"), root.traceFolder() + "/p.log.112226");
+    fs::last_write_time(root.traceFolder() + "/q.log.112326", now + std::chrono::hours(1));
+    EXPECT_EQ(root.traceFile(""), root.traceFolder() + "/q.log.112326");
 }
 
 TEST(HostRootTest, LastLinesAreTheLastOnes) {
@@ -92,6 +94,17 @@ TEST(HostRootTest, LastLinesAreTheLastOnes) {
     EXPECT_THAT(lastLines(folder.path("f"), 2), ElementsAre("b", "c"));
     EXPECT_THAT(lastLines(folder.path("f"), 9), ElementsAre("a", "b", "c"));
     EXPECT_THAT(lastLines(folder.path("none"), 9), IsEmpty());
+    EXPECT_THAT(lastLines(folder.path("f"), 9, 2), ElementsAre("b", "c"));
+    EXPECT_THAT(lastLines(folder.path("f"), 9, 6), IsEmpty());
+}
+
+TEST(HostRootTest, KnowsHowLongTracesAre) {
+    TempDir folder;
+    const HostRoot root(folder.path());
+    EXPECT_THAT(root.traceSizes(), IsEmpty());
+    writeFile(root.traceFolder() + "/p.log.112126", "four");
+    EXPECT_THAT(root.traceSizes(),
+                ElementsAre(testing::Pair(root.traceFolder() + "/p.log.112126", 4u)));
 }
 
 } // namespace

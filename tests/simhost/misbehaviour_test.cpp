@@ -67,6 +67,27 @@ TEST_F(MisbehaviourTest, AnExitIsNoSuccess) {
     expectBadEnd(run("exit"), "exited", "exited with status 3");
 }
 
+TEST_F(MisbehaviourTest, LastLinesOfAUsedRootAreThisRuns) {
+    simhost.run("rogue", "steps: [{objctl: {command: nothing}}]\n");
+    const CommandResult result =
+        simhost.run("rogue", "steps: [{objctl: {command: print and exit}}]\n", {"--trace"});
+    const std::string& out = result.out;
+    EXPECT_THAT(out, HasSubstr("last lines of the provider's output:\n  so long\n"));
+    const std::string whole = out.substr(out.find("\ntrace file "));
+    // The first run's fini is not there; this one has none.
+    EXPECT_THAT(whole, HasSubstr("Entering Function init ["));
+    EXPECT_THAT(whole, Not(HasSubstr("Entering Function fini [")));
+    EXPECT_THAT(readFile(simhost.tracePath("rogue")), HasSubstr("Entering Function fini ["));
+}
+
+TEST_F(MisbehaviourTest, AUsedRootWithoutNewLinesShowsNone) {
+    simhost.run("rogue", "");
+    const CommandResult result =
+        simhost.run("rogue", "trace: {level: 0}\nsteps: [{objctl: {command: kill}}]\n");
+    EXPECT_THAT(result.out, HasSubstr("was killed by SIGKILL"));
+    EXPECT_THAT(result.out, Not(HasSubstr("last lines of the trace:")));
+}
+
 TEST_F(MisbehaviourTest, AHangEndsAtTheDeadline) {
     const CommandResult result =
         simhost.run("rogue",
@@ -202,6 +223,21 @@ TEST_F(MisbehaviourTest, AFailedInitEndsTheRun) {
     EXPECT_EQ(stage(3)["result"], "not run");
     EXPECT_EQ(stage(4)["operation"], "unload");
     EXPECT_EQ(stage(4)["result"], "passed");
+}
+
+TEST_F(MisbehaviourTest, ACrashWhileLoadingShowsTheLastOutput) {
+    const CommandResult result = simhost.run("entry_crash", "");
+    EXPECT_EQ(result.status, 2);
+    EXPECT_THAT(result.err, EndsWith("its process was killed by SIGABRT (Aborted)\n"
+                                     "last lines of the provider's output:\n  no licence\n"));
+}
+
+TEST_F(MisbehaviourTest, ACrashBehindTheTracesStartShowsTheLastTrace) {
+    const CommandResult result = simhost.run("trace_crash", "");
+    EXPECT_EQ(result.status, 2);
+    EXPECT_THAT(result.err, HasSubstr("its process was killed by SIGABRT (Aborted)\n"
+                                      "last lines of the trace:\n"));
+    EXPECT_THAT(result.err, EndsWith(" registered, and now to crash\n"));
 }
 
 struct BadProvider {
