@@ -38,10 +38,6 @@ Json toJson(const Stage& stage) {
     return json;
 }
 
-bool isError(Result result) {
-    return result == Result::CRASHED || result == Result::EXITED || result == Result::HUNG;
-}
-
 /// All differences of a stage in one text.
 std::string differences(const Stage& stage) {
     std::string text = stage.reason.empty() ? "" : stage.reason + "\n";
@@ -52,6 +48,13 @@ std::string differences(const Stage& stage) {
     return text;
 }
 
+/// What the provider said before it ended.
+std::string lastWords(const RunReport& report) {
+    const std::string output = joinedLines(report.lastOutput);
+    return joinedLines(report.lastTrace) +
+           (output.empty() ? "" : std::string(LAST_OUTPUT) + "\n" + output);
+}
+
 void writeCase(std::ostream& out, const RunReport& report, const Stage& stage) {
     out << "    <testcase" << xmlAttribute("classname", report.name)
         << xmlAttribute("name", stage.title) << xmlAttribute("time", xmlSeconds(stage.seconds))
@@ -59,10 +62,10 @@ void writeCase(std::ostream& out, const RunReport& report, const Stage& stage) {
     if (stage.result == Result::FAILED) {
         out << "<failure" << xmlAttribute("message", stage.mismatches.front().what + " differs")
             << ">" << xmlText(differences(stage)) << "</failure>";
-    } else if (isError(stage.result)) {
+    } else if (isEnd(stage.result)) {
         out << "<error" << xmlAttribute("type", wordFor(stage.result))
-            << xmlAttribute("message", stage.reason) << ">"
-            << xmlText(joinedLines(report.lastTrace)) << "</error>";
+            << xmlAttribute("message", stage.reason) << ">" << xmlText(lastWords(report))
+            << "</error>";
     } else if (stage.result == Result::NOT_RUN) {
         out << "<skipped/>";
     }

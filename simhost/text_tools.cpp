@@ -40,6 +40,12 @@ std::string cut(const std::string& text, std::size_t columns) {
     return text.substr(0, end);
 }
 
+/// Control characters but for line ends, and what no XML file may hold.
+bool isHarmful(UChar32 character) {
+    const bool control = character < 0x20 || (character >= 0x7F && character < 0xA0);
+    return (control && character != '\n') || character == 0xFFFE || character == 0xFFFF;
+}
+
 std::string lineAt(const std::vector<std::string>& lines, std::size_t index) {
     return index < lines.size() ? lines[index] : std::string();
 }
@@ -95,16 +101,20 @@ std::vector<std::string> linesOf(const std::string& text) {
 
 std::string harmless(const std::string& text) {
     std::string shown;
-    for (const char c : Json::parse(oneLine(Json(text))).get<std::string>()) {
-        const unsigned char code = static_cast<unsigned char>(c);
-        if (c == '\t') {
+    const std::string valid = Json::parse(oneLine(Json(text))).get<std::string>();
+    for (std::size_t place = 0; place < valid.size();) {
+        const std::size_t start = place;
+        UChar32 character = 0;
+        U8_NEXT(valid.data(), place, valid.size(), character);
+        if (character == '\t') {
             shown += "    ";
-        } else if ((code < 0x20 && c != '\n') || code == 0x7F) {
+        } else if (isHarmful(character)) {
             char escaped[8];
-            std::snprintf(escaped, sizeof escaped, "\\x%02x", code);
+            std::snprintf(escaped, sizeof escaped, character < 0x100 ? "\\x%02x" : "\\u%04x",
+                          static_cast<unsigned>(character));
             shown += escaped;
         } else {
-            shown += c;
+            shown.append(valid, start, place - start);
         }
     }
     return shown;

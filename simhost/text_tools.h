@@ -17,8 +17,9 @@ std::string fitted(const std::string& text, std::size_t width);
 /// The lines of a text; one empty line for the empty text.
 std::vector<std::string> linesOf(const std::string& text);
 
-/// The text as valid UTF-8 with control characters other than line ends as "\xNN", so that it can
-/// neither command a terminal nor break an XML file. Tabs become blanks.
+/// The text as valid UTF-8 with control characters other than line ends as "\xNN", U+FFFE and
+/// U+FFFF as "\uNNNN", so that it can neither command a terminal nor break an XML file. Tabs become
+/// blanks.
 std::string harmless(const std::string& text);
 
 /// The same with blanks for line ends.

@@ -156,6 +156,28 @@ TEST_F(ReportTest, JunitIsWellFormedWhateverTheTexts) {
               "</testsuites>\n");
 }
 
+TEST_F(ReportTest, JunitsErrorHasTheLastOutput) {
+    RunReport report = sample();
+    report.lastOutput = {"said\xEF\xBF\xBF", "last"};
+    EXPECT_THAT(toJunit(report),
+                HasSubstr(">one\ntwo &amp; three\nlast lines of the provider&#39;s "
+                          "output:\nsaid\\uffff\nlast\n</error>"));
+    report.lastTrace.clear();
+    EXPECT_THAT(toJunit(report), HasSubstr(">last lines of the provider&#39;s output:\nsaid"));
+}
+
+TEST_F(ReportTest, JunitHoldsNoCharacterThatXmlHasNot) {
+    RunReport report = sample();
+    report.scenario = "a\x01\xEF\xBF\xBE";
+    report.stages[0].title = "b\xEF\xBF\xBF\xC2\x9B\xED\xA0\x80";
+    const std::string text = toJunit(report);
+    EXPECT_THAT(text, HasSubstr("name=\"a\\x01\\ufffe\""));
+    EXPECT_THAT(text, HasSubstr("name=\"b\\uffff\\x9b\xEF\xBF\xBD"));
+    for (const char* const refused : {"\x01", "\xEF\xBF\xBE", "\xEF\xBF\xBF", "\xED\xA0\x80"}) {
+        EXPECT_THAT(text, Not(HasSubstr(refused)));
+    }
+}
+
 TEST_F(ReportTest, AFileThatCannotBeWrittenIsNamed) {
     writeReport(folder.path("r.json"), "text");
     EXPECT_EQ(kzfi_tests::readFile(folder.path("r.json")), "text");

@@ -40,6 +40,11 @@ TEST(TextToolsTest, HarmlessTextCannotCommandATerminal) {
     EXPECT_EQ(harmless("plain ü\n"), "plain ü\n");
     EXPECT_EQ(harmless("\033[31mred\r\x7f"), "\\x1b[31mred\\x0d\\x7f");
     EXPECT_EQ(harmless("a\tb"), "a    b");
+    EXPECT_EQ(harmless("\xC2\x9B"
+                       "31m\xC2\xA0"),
+              "\\x9b"
+              "31m\xC2\xA0");
+    EXPECT_EQ(harmless("\xEF\xBF\xBE\xEF\xBF\xBF\xEF\xBF\xBD"), "\\ufffe\\uffff\xEF\xBF\xBD");
     EXPECT_EQ(harmless("bad \xff byte"), "bad \xEF\xBF\xBD byte");
 }
 
