@@ -1,5 +1,7 @@
 #include "describe.h"
 
+#include <algorithm>
+
 #include "drive.h"
 #include "operations.h"
 
@@ -55,7 +57,7 @@ class Describer {
   private:
     bool answered(const std::string& operation) const {
         const auto found = description.answers.find(numberOf(operation));
-        return found != description.answers.end() && found->second.outcome;
+        return found != description.answers.end() && found->second.front().outcome;
     }
 
     /// Makes the calls that are left, as far as the provider goes along.
@@ -69,8 +71,9 @@ class Describer {
         }
         description.report = runScenario(scenario, root, [](const Stage&) {});
         const std::vector<Stage>& stages = description.report.stages;
-        keep(stages[INIT_STAGE]);
-        keep(stages[finiStage(scenario)]);
+        keepFirst(stages[INIT_STAGE]);
+        keepFirst(stages[finiStage(scenario)]);
+        keepLastWords();
         const std::size_t offset = FIRST_STEP_STAGE + (again ? 1 : 0);
         while (next < all.size() && stages[offset + next - first].result != Result::NOT_RUN) {
             keep(stages[offset + next - first]);
@@ -82,10 +85,26 @@ class Describer {
         }
     }
 
-    /// The first result of an operation counts.
     void keep(const Stage& stage) {
         if (stage.result != Result::NOT_RUN) {
-            description.answers.emplace(numberOf(stage.operation), stage);
+            description.answers[numberOf(stage.operation)].push_back(stage);
+        }
+    }
+
+    /// What every process goes through: the first time counts.
+    void keepFirst(const Stage& stage) {
+        if (description.answers.count(numberOf(stage.operation)) == 0) {
+            keep(stage);
+        }
+    }
+
+    void keepLastWords() {
+        const RunReport& report = description.report;
+        for (const Stage& stage : report.stages) {
+            if (isEnd(stage.result)) {
+                description.lastWords.push_back(
+                    {stage.title, stage.reason, report.lastTrace, report.lastOutput});
+            }
         }
     }
 
@@ -139,8 +158,11 @@ std::vector<Step> harmlessSteps(const std::string& node, double deadline) {
 bool Description::complete() const {
     for (const Operation& operation : operations()) {
         const auto found = answers.find(operation.number);
-        const bool answered = found != answers.end() && found->second.outcome &&
-                              found->second.outcome->exception.empty();
+        const auto isAnswer = [](const Stage& stage) {
+            return stage.outcome && stage.outcome->exception.empty();
+        };
+        const bool answered = found != answers.end() &&
+                              std::all_of(found->second.begin(), found->second.end(), isAnswer);
         if (operation.call != nullptr && !answered) {
             return false;
         }

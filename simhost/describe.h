@@ -12,12 +12,22 @@
 
 namespace kzfi_simhost {
 
+/// What a provider said before a crash, an exit or a hang.
+struct LastWords {
+    std::string title; ///< of the call
+    std::string reason;
+    std::vector<std::string> trace;
+    std::vector<std::string> output;
+};
+
 struct Description {
     RunReport report; ///< of the last process that was asked
     /// Descriptions of the parameters, by list index.
     std::vector<kzfi_pdk_4_4::CFiConfigParamInfo> parameters[2];
-    /// What each operation came to on a harmless call, by its number.
-    std::map<int, Stage> answers;
+    /// What each operation came to on its harmless calls, by its number: the parameters are asked
+    /// for once for each list, everything else once.
+    std::map<int, std::vector<Stage>> answers;
+    std::vector<LastWords> lastWords;
 
     /// Whether every operation that can be called came to an answer.
     bool complete() const;

@@ -81,21 +81,40 @@ std::string detailOf(const Stage& stage) {
     return lengthOf(detail) > 60 ? fitted(detail, 60) : detail;
 }
 
+void writeOperation(std::ostream& out, const std::string& number, const std::string& name,
+                    const std::string& answer, const std::string& detail) {
+    out << "  " << std::string(3 - number.size(), ' ') << number << "  " << fitted(name, 24) << " "
+        << (detail.empty() ? answer : fitted(answer, 20) + " " + detail) << "\n";
+}
+
+/// What a further call asks for: its title without the operation's name.
+std::string furtherName(const Stage& stage) {
+    return "  " + harmless(stage.title.substr(stage.operation.size() + 1));
+}
+
 void writeOperations(std::ostream& out, const Description& description) {
     out << "\noperations, each on a harmless call\n";
     for (const Operation& operation : operations()) {
-        const auto found = description.answers.find(operation.number);
-        std::string answer = "not called";
-        std::string detail;
-        if (found != description.answers.end()) {
-            answer = harmless(answerOf(found->second));
-            detail = harmless(detailOf(found->second));
-        }
         const std::string number = std::to_string(operation.number);
-        out << "  " << std::string(3 - number.size(), ' ') << number << "  "
-            << fitted(operation.name, 24) << " "
-            << (detail.empty() ? answer : fitted(answer, 20) + " " + detail) << "\n";
+        const auto found = description.answers.find(operation.number);
+        if (found == description.answers.end()) {
+            writeOperation(out, number, operation.name, "not called", "");
+            continue;
+        }
+        const std::vector<Stage>& stages = found->second;
+        for (const Stage& stage : stages) {
+            // Further calls are called by what they ask for.
+            const bool first = &stage == &stages.front();
+            writeOperation(out, first ? number : "", first ? operation.name : furtherName(stage),
+                           harmless(answerOf(stage)), harmless(detailOf(stage)));
+        }
     }
+}
+
+void writeLastWords(std::ostream& out, const LastWords& words) {
+    out << "\n" << harmless(words.title) << ": " << harmless(words.reason) << "\n";
+    writeExcerpt(out, LAST_TRACE, words.trace);
+    writeExcerpt(out, LAST_OUTPUT, words.output);
 }
 
 Json parametersToJson(const std::vector<CFiConfigParamInfo>& list) {
@@ -118,6 +137,16 @@ Json parametersToJson(const std::vector<CFiConfigParamInfo>& list) {
     return json;
 }
 
+Json callToJson(const Stage& stage) {
+    Json json = {{"result", stage.outcome ? "answered" : wordFor(stage.result)}};
+    if (stage.outcome) {
+        json["answer"] = stage.outcome->toJson();
+    } else {
+        json["reason"] = stage.reason;
+    }
+    return json;
+}
+
 Json operationToJson(const Description& description, const Operation& operation) {
     Json json = {{"number", operation.number}, {"name", operation.name}};
     const auto found = description.answers.find(operation.number);
@@ -125,14 +154,21 @@ Json operationToJson(const Description& description, const Operation& operation)
         json["result"] = "not called";
         return json;
     }
-    const Stage& stage = found->second;
-    json["result"] = stage.outcome ? "answered" : wordFor(stage.result);
-    if (stage.outcome) {
-        json["answer"] = stage.outcome->toJson();
-    } else {
-        json["reason"] = stage.reason;
+    const std::vector<Stage>& stages = found->second;
+    json.update(callToJson(stages.front()));
+    for (std::size_t i = 1; i < stages.size(); ++i) {
+        Json further = {{"title", stages[i].title}};
+        further.update(callToJson(stages[i]));
+        json["further"].push_back(further);
     }
     return json;
+}
+
+Json toJson(const LastWords& words) {
+    return {{"title", words.title},
+            {"reason", words.reason},
+            {"lastTrace", words.trace},
+            {"lastOutput", words.output}};
 }
 
 } // namespace
@@ -147,6 +183,9 @@ std::string toText(const Description& description) {
     writeParameters(out, description.parameters[0], 0);
     writeParameters(out, description.parameters[1], 1);
     writeOperations(out, description);
+    for (const LastWords& words : description.lastWords) {
+        writeLastWords(out, words);
+    }
     if (!report.privateUsr.empty()) {
         out << "\n/usr      not private, so the provider could change /usr/tarnex: "
             << report.privateUsr << "\n";
@@ -166,6 +205,9 @@ Json toJson(const Description& description) {
                  {"operations", Json::array()}};
     for (const Operation& operation : operations()) {
         json["operations"].push_back(operationToJson(description, operation));
+    }
+    for (const LastWords& words : description.lastWords) {
+        json["lastWords"].push_back(toJson(words));
     }
     return json;
 }

@@ -53,6 +53,36 @@ TEST_F(DescribeTest, ACrashDoesNotEndTheTable) {
     EXPECT_EQ(operation(15)["result"], "answered");
 }
 
+TEST_F(DescribeTest, ACrashShowsItsLastTraceAndOutput) {
+    const CommandResult result = describe("rogue", "ROGUE_CRASHES=1");
+    const std::size_t place =
+        result.out.find("\nprePrepare: the provider's process was killed by SIGABRT (Aborted)\n");
+    ASSERT_NE(place, std::string::npos) << result.out;
+    const std::string end = result.out.substr(place);
+    EXPECT_THAT(end, HasSubstr("\nlast lines of the trace:\n"));
+    EXPECT_THAT(end, HasSubstr("Entering Function getStatus ["));
+    EXPECT_THAT(end, HasSubstr("\nlast lines of the provider's output:\n  about to crash\n"));
+    const Json words = Json::parse(readFile(simhost.path("description.json")))["lastWords"];
+    ASSERT_EQ(words.size(), 1u);
+    EXPECT_EQ(words[0]["title"], "prePrepare");
+    EXPECT_EQ(words[0]["reason"], "the provider's process was killed by SIGABRT (Aborted)");
+    EXPECT_EQ(words[0]["lastOutput"], Json({"about to crash"}));
+    EXPECT_FALSE(words[0]["lastTrace"].empty());
+}
+
+TEST_F(DescribeTest, BothParameterListsAreAnswers) {
+    const CommandResult result = describe("rogue");
+    EXPECT_THAT(result.out, ContainsRegex("\n +3  globalConfigInfoList .*\n +list=1 "));
+    EXPECT_THAT(result.out, ContainsRegex("\n +11  config .*\n +getparam list=1 "));
+    for (const std::size_t number : {3, 11}) {
+        ASSERT_EQ(operation(number)["further"].size(), 1u);
+        EXPECT_EQ(operation(number)["further"][0]["result"], "answered");
+    }
+    EXPECT_EQ(operation(11)["further"][0]["title"], "config getparam list=1");
+    EXPECT_FALSE(operation(10).contains("further"));
+    EXPECT_FALSE(operation(4).contains("further"));
+}
+
 TEST_F(DescribeTest, AHangDoesNotEndTheTable) {
     EXPECT_EQ(describe("rogue", "ROGUE_HANGS=1", "3").status, 1);
     EXPECT_EQ(operation(54)["result"], "hung");
