@@ -72,7 +72,7 @@ class Reader {
     void readHead(const Node& root);
     void readSteps(const Node& root, const char* key);
     void readTrace(const Node& node);
-    void readFiles(const Node& node);
+    std::vector<ScenarioFile> readFiles(const Node& node, const std::string& what) const;
     std::string pathBelowRoot(const Node& node, const std::string& what) const;
     void readNodes(const Node& list);
     ScenarioNode readNode(const Node& node) const;
@@ -263,7 +263,7 @@ Scenario Reader::readForCheck(const std::string& provider) {
     }
     checkKeys(root, "the configuration",
               {"name", "fimName", "language", "catalogues", "trace", "deadline", "credentials",
-               "files", "nodes", "claims", "decoys", "snapshot"});
+               "files", "nodes", "claims", "decoys", "snapshot", "toolFailure"});
     readHead(root);
     if (!root["nodes"] || root["nodes"].size() == 0) {
         fail(root, "the configuration has no nodes");
@@ -274,6 +274,9 @@ Scenario Reader::readForCheck(const std::string& provider) {
     }
     if (const Node decoys = root["decoys"]) {
         scenario.decoys = textOrTexts(decoys, "decoys");
+    }
+    if (const Node files = root["toolFailure"]) {
+        scenario.toolFailure = readFiles(files, "toolFailure");
     }
     readSteps(root, "snapshot");
     return scenario;
@@ -317,7 +320,7 @@ void Reader::readHead(const Node& root) {
         scenario.credentials = text(credentials, "credentials");
     }
     if (const Node files = root["files"]) {
-        readFiles(files);
+        scenario.files = readFiles(files, "files");
     }
 }
 
@@ -334,14 +337,15 @@ void Reader::readTrace(const Node& node) {
     }
 }
 
-void Reader::readFiles(const Node& node) {
-    checkMap(node, "files");
+std::vector<ScenarioFile> Reader::readFiles(const Node& node, const std::string& what) const {
+    checkMap(node, what);
+    std::vector<ScenarioFile> files;
     for (const auto& member : node) {
         const std::string name = member.first.Scalar();
-        scenario.files.push_back({pathBelowRoot(member.first, "files"),
-                                  text(member.second, "file '" + name + "'"),
-                                  lineOf(member.first)});
+        files.push_back({pathBelowRoot(member.first, what),
+                         text(member.second, "file '" + name + "'"), lineOf(member.first)});
     }
+    return files;
 }
 
 std::string Reader::pathBelowRoot(const Node& node, const std::string& what) const {

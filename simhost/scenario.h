@@ -2,6 +2,7 @@
 #ifndef KZFI_SIMHOST_SCENARIO_H
 #define KZFI_SIMHOST_SCENARIO_H
 
+#include <cstdint>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -61,8 +62,10 @@ struct Scenario {
     std::vector<ScenarioNode> nodes;
     std::vector<Step> steps;
     // Of the checker's configuration only.
-    std::vector<std::string> claims; ///< objects that the provider claims
-    std::vector<std::string> decoys; ///< objects that it must refuse
+    std::vector<std::string> claims;       ///< objects that the provider claims
+    std::vector<std::string> decoys;       ///< objects that it must refuse
+    std::vector<ScenarioFile> toolFailure; ///< files that make the provider's tool fail
+    std::uint64_t seed = 1;                ///< of the random walk; an option of the command
 };
 
 /// Reads a scenario file; relative paths in it become relative to its folder. docs/scenario.md

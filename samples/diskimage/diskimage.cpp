@@ -418,6 +418,11 @@ class DiskImageProvider : public CFiPluginBase {
         for (std::size_t i = 0; i < copies.size(); ++i) {
             const std::string& name = copies[i].targetUdid;
             list[i] = kzfi_get_objid(name.c_str(), name.size() + 1, NODE_KIND);
+            if (list[i] == nullptr) {
+                kzfi_free_buf(list, size);
+                removeAll(copies);
+                return KZFI_ERR_FAILED;
+            }
         }
         *made = list;
         *madeCount = static_cast<int>(copies.size());

@@ -100,6 +100,9 @@ const std::vector<Check>& checks();
 // The families, one file each.
 void addLoadChecks(std::vector<Check>& all);
 void addOperationsChecks(std::vector<Check>& all);
+void addConfigChecks(std::vector<Check>& all);
+void addWalkChecks(std::vector<Check>& all);
+void addSnapshotChecks(std::vector<Check>& all);
 void addWatchChecks(std::vector<Check>& all);
 
 } // namespace kzfi_simhost

@@ -7,6 +7,9 @@ const std::vector<Check>& checks() {
         std::vector<Check> list;
         addLoadChecks(list);
         addOperationsChecks(list);
+        addConfigChecks(list);
+        addWalkChecks(list);
+        addSnapshotChecks(list);
         addWatchChecks(list);
         return list;
     }();

@@ -24,6 +24,7 @@ struct Options {
     std::string only;
     std::string colour = "auto";
     double deadline = 0;
+    std::uint64_t seed = 1;
     bool list = false;
 };
 
@@ -44,6 +45,7 @@ Scenario configurationFor(const Options& options) {
     if (options.deadline > 0) {
         configuration.deadline = options.deadline;
     }
+    configuration.seed = options.seed;
     return configuration;
 }
 
@@ -98,6 +100,7 @@ void addCheckCommand(CLI::App& app, Action& action) {
     addRootOption(command, options->root);
     command.add_option("--deadline", options->deadline, "Seconds that an operation may take")
         ->check(CLI::PositiveNumber);
+    command.add_option("--seed", options->seed, "Where the random walk begins; left out: 1");
     addColourOption(command, options->colour);
     command.callback([options, &action] { action = [options] { return check(*options); }; });
 }

@@ -38,6 +38,22 @@ const Twin TWINS[] = {
     {"operations_statuses", {{"operations.statuses", "fail"}}},
     {"operations_outputs_on_error", {{"operations.outputs_on_error", "fail"}}},
     {"operations_exceptions", {{"operations.exceptions", "exception"}}},
+    {"config_get", {{"config.get", "fail"}}},
+    {"config_getparam", {{"config.getparam", "fail"}}},
+    {"config_round_trip", {{"config.round_trip", "fail"}}},
+    {"config_set_twice", {{"config.set_twice", "fail"}}},
+    {"config_bad_xml", {{"config.bad_xml", "fail"}}},
+    {"config_hostile_xml", {{"config.hostile_xml", "fail"}}},
+    {"config_clear", {{"config.clear", "fail"}}},
+    {"config_limits", {{"config.limits", "warn"}}},
+    {"walk_random", {{"walk.random", "crash"}}},
+    {"snapshot_sound", {}},
+    {"snapshot_bytes", {{"snapshot.bytes", "fail"}}},
+    {"snapshot_order", {{"snapshot.order", "fail"}}},
+    {"snapshot_repeat", {{"snapshot.repeat", "fail"}}},
+    {"snapshot_no_memory", {{"snapshot.no_memory", "crash"}}},
+    {"snapshot_no_object_id", {{"snapshot.no_object_id", "fail"}}},
+    {"snapshot_tool_failure", {{"snapshot.tool_failure", "fail"}}},
     {"watch_buffers", {{"watch.buffers", "fail"}}},
     {"watch_references", {{"watch.references", "fail"}}},
     {"watch_trace", {{"watch.trace", "fail"}}},
@@ -74,7 +90,9 @@ class TwinsTest : public testing::TestWithParam<Twin> {};
 TEST_P(TwinsTest, BreaksItsRuleAlone) {
     CheckRun run;
     const std::string file = std::string(KZFI_PROVIDERS "/twin_") + GetParam().name + ".so";
-    EXPECT_EQ(run.of(file, {"--config", KZFI_CHECK_CONFIG, "--deadline", "2"}), GetParam().expected)
+    const bool snapshots = std::string(GetParam().name).rfind("snapshot_", 0) == 0;
+    const char* const config = snapshots ? KZFI_SNAPSHOTS_CONFIG : KZFI_CHECK_CONFIG;
+    EXPECT_EQ(run.of(file, {"--config", config, "--deadline", "2"}), GetParam().expected)
         << run.result.out << run.result.err;
 }
 
@@ -94,15 +112,19 @@ TEST(Twins, AreThereForEveryCheck) {
     }
 }
 
-TEST(Samples, Pass) {
-    for (const char* const sample :
-         {KZFI_HELLO_FOLDER "/hello.so", KZFI_ROUTER_FOLDER "/router.so"}) {
-        CheckRun run;
-        for (const auto& check : run.of(sample)) {
-            EXPECT_EQ(check.second, "warn") << run.result.out << run.result.err;
-        }
-        EXPECT_EQ(run.result.status, 0) << sample;
+void expectGreen(const std::string& sample, const std::vector<std::string>& options = {}) {
+    CheckRun run;
+    for (const auto& check : run.of(sample, options)) {
+        EXPECT_EQ(check.second, "warn") << check.first << "\n" << run.result.out << run.result.err;
     }
+    EXPECT_EQ(run.result.status, 0) << sample;
+}
+
+TEST(Samples, Pass) {
+    expectGreen(KZFI_HELLO_FOLDER "/hello.so");
+    expectGreen(KZFI_ROUTER_FOLDER "/router.so");
+    expectGreen(KZFI_DISKIMAGE_FOLDER "/diskimage.so",
+                {"--config", KZFI_DISKIMAGE_FOLDER "/check.yaml"});
 }
 
 } // namespace

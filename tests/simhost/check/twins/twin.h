@@ -16,6 +16,8 @@
 #ifndef KZFI_TESTS_TWIN_H
 #define KZFI_TESTS_TWIN_H
 
+#include <algorithm>
+#include <initializer_list>
 #include <map>
 #include <mutex>
 #include <stdexcept>
@@ -133,17 +135,29 @@ class Sound : public CFiPluginBase {
         return createRecord(node) ? KZFI_OK : KZFI_ERR_INVALID;
     }
 
+    int config(kfi_domain* node, int mode, char* session, kfi_confspec* spec) override {
+        const bool set = mode == KZFI_CONFIG_SET || mode == KZFI_CONFIG_SET_AGAIN;
+        if (set && spec != nullptr && spec->text != nullptr && !isAllowed(spec->text)) {
+            spec->text = nullptr;
+            return KZFI_ERR_INVALID;
+        }
+        return CFiPluginBase::config(node, mode, session, spec);
+    }
+
     int prepare(char*, kfi_splitnode** nodes, int count, int) override {
         KZFI_TWIN_SCOPE;
         if (nodes != nullptr && count > 0) {
             return KZFI_OK;
         }
+        return refuse(count);
+    }
+
+  protected:
+    int refuse(int count) {
         errorManager->pushError(CFiMessagePtr(new CFiIcuMessage(
             "MSG_ERROR_SOUND_0001", 3, __FILE__, __LINE__, {icu::Formattable(count)})));
         return 1001;
     }
-
-  protected:
     CFiPrivateDataPtr createRecord(kfi_domain* node) {
         return privateDataManager->getFactory()->createPrivateData(node, 0);
     }
@@ -163,6 +177,18 @@ class Sound : public CFiPluginBase {
             list.entries()["speed"].addSelectionItem(choice);
         }
         list.updateXML();
+    }
+
+    /// A text that cannot be read is left to the base.
+    static bool isAllowed(const char* text) {
+        CFiConfigParamDataList values(text);
+        const auto isOneOf = [&](const char* key, std::initializer_list<const char*> choices) {
+            const auto found = values.entries().find(key);
+            return found == values.entries().end() ||
+                   std::find(choices.begin(), choices.end(), found->second.value) != choices.end();
+        };
+        return isOneOf("retries", {"1", "2", "3", "4", "5"}) &&
+               isOneOf("verify", {"true", "false"}) && isOneOf("speed", {"slow", "normal", "fast"});
     }
 
     static void describe(CFiConfigParamInfoList& list, const std::string& key,

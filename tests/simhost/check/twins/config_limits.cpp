@@ -1,0 +1,15 @@
+// Takes whatever comes.
+#include "twin.h"
+
+namespace {
+
+class Twin : public Sound {
+  public:
+    int config(kfi_domain* node, int mode, char* session, kfi_confspec* spec) override {
+        return CFiPluginBase::config(node, mode, session, spec);
+    }
+};
+
+} // namespace
+
+KZFI_TWIN(Twin)
