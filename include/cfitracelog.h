@@ -38,10 +38,11 @@ struct TraceOutput;
 /// setErrorManager() come before that. The log handler must stand several threads, and may still be
 /// running in another one after unregisterLogHandler().
 /// Ownership: one count of the error manager. No file is held open between two lines.
-/// Errors: without memory or a file that can be opened a line is dropped silently. What a log or
-/// error handler throws passes out of trace(), and with runtime update what reading the
-/// configuration throws; a log handler that throws leaves the error manager without its copy. What
-/// goes wrong while the trace file is made is told on standard output.
+/// Errors: without memory or a file that can be opened and written to a line is dropped silently; a
+/// disk that fills up cuts the one that no longer fits. What a log or error handler throws passes
+/// out of trace(), and with runtime update what reading the configuration throws; a log handler
+/// that throws leaves the error manager without its copy. What goes wrong while the trace file is
+/// made is told on standard output.
 class KZFI_PDK_API CFiTraceLog : public virtual CFiRefCount {
   public:
     /// Receives one line, without a line end, and its level.

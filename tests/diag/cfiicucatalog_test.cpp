@@ -12,8 +12,8 @@
 #include <utility>
 #include <vector>
 
-#include "failing_memory.h"
 #include "kzfi_platform_control.h"
+#include "support/failing_memory.h"
 #include "support/temp_dir.h"
 
 using namespace kzfi_pdk_4_4;

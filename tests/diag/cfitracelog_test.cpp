@@ -15,15 +15,17 @@
 #include <mutex>
 #include <new>
 #include <set>
+#include <sstream>
 #include <stdexcept>
 #include <thread>
 
 #include "cfierrormgr.h"
-#include "failing_memory.h"
+#include "support/failing_memory.h"
 #include "system_calls.h"
 #include "trace_fixture.h"
 
 using namespace kzfi_pdk_4_4;
+using kzfi_tests::JumpingClock;
 using kzfi_tests::LocalTime;
 using kzfi_tests::Printed;
 using kzfi_tests::readFile;
@@ -880,6 +882,48 @@ TEST_F(CFiTraceLogTest, EightThreadsLoseAndTearNoLine) {
         }
     }
     EXPECT_EQ(expected, messagesOfAll(written()));
+}
+
+// The days of the lines in a file, as the date in the file's name is written.
+std::set<std::string> daysOf(const std::string& text) {
+    std::set<std::string> days;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        days.insert(line.size() < 10 ? "torn: " + line
+                                     : line.substr(5, 2) + line.substr(8, 2) + line.substr(2, 2));
+    }
+    return days;
+}
+
+TEST_F(CFiTraceLogTest, EightThreadsFollowAClockThatJumpsOverMidnight) {
+    constexpr int COUNT = 8;
+    constexpr int LINES = 400;
+    setenv("TZ", "UTC0", 1);
+    tzset();
+    constexpr time_t LAST_SECOND = 1798761599; // 2026-12-31 23:59:59
+    JumpingClock clock(LAST_SECOND);
+    start(3);
+    Printed ignored;
+    {
+        const Threads threads(COUNT, [&](int thread) {
+            for (int line = 0; line < LINES; ++line) {
+                clock.jumpTo(LAST_SECOND + line / 5 % 2);
+                log.trace(1, "%d.%d", thread, line);
+            }
+        });
+    }
+    const std::string oldYear = readFile(traceDir() + "/t.123126");
+    const std::string newYear = readFile(traceDir() + "/t.010127");
+    EXPECT_THAT(daysOf(oldYear), ElementsAre("123126"));
+    EXPECT_THAT(daysOf(newYear), ElementsAre("010127"));
+    std::multiset<std::string> expected;
+    for (int thread = 0; thread < COUNT; ++thread) {
+        for (int line = 0; line < LINES; ++line) {
+            expected.insert(std::to_string(thread) + "." + std::to_string(line));
+        }
+    }
+    EXPECT_EQ(expected, messagesOfAll(oldYear + newYear)) << "each line once, and whole";
+    EXPECT_EQ(2, std::distance(fs::directory_iterator(traceDir()), fs::directory_iterator()));
 }
 
 TEST_F(CFiTraceLogTest, EightThreadsEchoWholeLines) {

@@ -17,8 +17,8 @@
 
 #include "cfierrormgr.h"
 #include "cfisaxparser.h"
-#include "failing_memory.h"
 #include "scf_statusmsg.h"
+#include "support/failing_memory.h"
 
 namespace {
 

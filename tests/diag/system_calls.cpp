@@ -5,6 +5,7 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <limits>
 
@@ -14,6 +15,8 @@ std::string watchedPath;
 std::function<void()> afterLstat;
 bool unlinkFails = false;
 bool timeHasEnded = false;
+constexpr time_t NO_JUMP = -1;
+std::atomic<time_t> jumpedTo(NO_JUMP);
 
 template <class Function>
 Function* systemsOwn(const char* name) {
@@ -47,6 +50,14 @@ kzfi_tests::EndOfTime::~EndOfTime() {
     timeHasEnded = false;
 }
 
+kzfi_tests::JumpingClock::~JumpingClock() {
+    jumpedTo = NO_JUMP;
+}
+
+void kzfi_tests::JumpingClock::jumpTo(time_t seconds) {
+    jumpedTo = seconds;
+}
+
 // ---- In place of the system's ----
 
 #define REPLACEMENT extern "C" __attribute__((visibility("default")))
@@ -76,6 +87,10 @@ REPLACEMENT int unlink(const char* path) noexcept {
 REPLACEMENT int gettimeofday(struct timeval* now, void* zone) noexcept {
     static const auto own = systemsOwn<int(struct timeval*, void*)>("gettimeofday");
     const int result = own(now, zone);
+    const time_t jumped = jumpedTo;
+    if (jumped != NO_JUMP) {
+        now->tv_sec = jumped;
+    }
     if (timeHasEnded) {
         now->tv_sec = std::numeric_limits<time_t>::max();
     }

@@ -3,6 +3,7 @@
 #ifndef KZFI_TESTS_DIAG_SYSTEM_CALLS_H
 #define KZFI_TESTS_DIAG_SYSTEM_CALLS_H
 
+#include <ctime>
 #include <functional>
 #include <string>
 
@@ -33,6 +34,18 @@ class EndOfTime {
     EndOfTime(const EndOfTime&) = delete;
     EndOfTime& operator=(const EndOfTime&) = delete;
     ~EndOfTime();
+};
+
+/// The wall clock that gettimeofday() tells jumps where the test sets it, while it lives; also
+/// while other threads ask for the time.
+class JumpingClock {
+  public:
+    explicit JumpingClock(time_t seconds) { jumpTo(seconds); }
+    JumpingClock(const JumpingClock&) = delete;
+    JumpingClock& operator=(const JumpingClock&) = delete;
+    ~JumpingClock();
+
+    void jumpTo(time_t seconds);
 };
 
 } // namespace kzfi_tests

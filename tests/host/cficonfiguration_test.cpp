@@ -8,7 +8,7 @@
 #include <string>
 #include <type_traits>
 
-#include "diag/failing_memory.h"
+#include "support/failing_memory.h"
 #include "support/product_paths.h"
 #include "support/temp_dir.h"
 #include "support/throwing_host.h"

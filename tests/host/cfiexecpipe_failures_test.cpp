@@ -10,7 +10,7 @@
 #include <numeric>
 
 #include "host/exec_fixture.h"
-#include "host/failing_calls.h"
+#include "support/failing_calls.h"
 
 namespace {
 

@@ -11,9 +11,9 @@
 #include <stdexcept>
 #include <type_traits>
 
-#include "diag/failing_memory.h"
 #include "host/exec_fixture.h"
 #include "kzfi_platform_control.h"
+#include "support/failing_memory.h"
 
 namespace {
 

@@ -6,36 +6,19 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
-#include <new>
 #include <type_traits>
 
 #include "cficonfiguration.h"
 #include "cfiudid.h"
 #include "kzfi_platform_control.h"
 #include "layout/virtual_slots.h"
+#include "support/failing_calls.h"
 #include "support/temp_dir.h"
 #include "support/trace_capture.h"
-
-namespace {
-
-// Makes allocations with std::nothrow fail; all others go on as usual.
-bool memoryIsOut = false;
-
-} // namespace
-
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    if (memoryIsOut) {
-        return nullptr;
-    }
-    try {
-        return ::operator new(size);
-    } catch (const std::bad_alloc&) {
-        return nullptr;
-    }
-}
 
 namespace {
 
@@ -44,6 +27,8 @@ using kzfi_pdk_4_4::CFiPblmOps;
 using kzfi_pdk_4_4::CFiUdidException;
 using kzfi_pdk_4_4::lunNum;
 using kzfi_pdk_4_4::tstring;
+using kzfi_tests::Call;
+using kzfi_tests::Failing;
 using kzfi_tests::readFile;
 using kzfi_tests::TempDir;
 using kzfi_tests::TraceCapture;
@@ -106,14 +91,6 @@ class Pblm : public CFiPblmOps {
     using CFiPblmOps::refreshCache;
     using CFiPblmOps::rmLunPathRecord;
     using CFiPblmOps::scanCache;
-};
-
-class OutOfMemory {
-  public:
-    OutOfMemory() { memoryIsOut = true; }
-    OutOfMemory(const OutOfMemory&) = delete;
-    OutOfMemory& operator=(const OutOfMemory&) = delete;
-    ~OutOfMemory() { memoryIsOut = false; }
 };
 
 class PblmTest : public testing::Test {
@@ -277,7 +254,7 @@ TEST_F(PblmTest, AMinimumAboveTheSetFillsIt) {
 TEST_F(PblmTest, TellsThatThereIsNoMemoryForAMap) {
     lunNum other(nullptr);
     lunNum* map = &other;
-    const OutOfMemory now;
+    const Failing allocations(Call::NEW, ENOMEM);
     EXPECT_EQ(pblm.allocLunNumEle(&map), 5);
     EXPECT_EQ(map, &other);
     EXPECT_EQ(trace.all(), (Lines{noMemory}));
@@ -349,7 +326,7 @@ TEST_F(PblmTest, HasNoMapWithoutMemory) {
     addEmptyDirectory("ARR01");
     lunNum other(nullptr);
     lunNum* map = &other;
-    const OutOfMemory now;
+    const Failing allocations(Call::NEW, ENOMEM);
     EXPECT_FALSE(pblm.getEnclMap("ARR01", &map));
     EXPECT_EQ(map, &other);
     EXPECT_EQ(pblm.enclosureMaps, nullptr);
@@ -433,7 +410,7 @@ TEST_F(PblmTest, ScansWithRegardToTheCaseOfTheId) {
 
 TEST_F(PblmTest, MarksNothingWithoutMemory) {
     const std::string path = addRecord("ARR01", "disk", "12");
-    const OutOfMemory now;
+    const Failing allocations(Call::NEW, ENOMEM);
     pblm.fillBitMap("ARR01", path);
     EXPECT_EQ(pblm.enclosureMaps, nullptr);
     EXPECT_EQ(trace.all(),
@@ -709,7 +686,7 @@ TEST_F(PblmTest, WritesARecordOfNoEnclosure) {
 TEST_F(PblmTest, WritesARecordWithoutAMap) {
     addEmptyDirectory("ARR01");
     const std::string path = root.path("record");
-    const OutOfMemory now;
+    const Failing allocations(Call::NEW, ENOMEM);
     EXPECT_EQ(pblm.setKeyValue(path.c_str(), {"12"}, "ARR01"), 0);
     EXPECT_EQ(readFile(path), "12");
     const std::vector<TracedLine> lines = trace.all();

@@ -7,8 +7,8 @@
 #include <thread>
 #include <vector>
 
-#include "diag/failing_memory.h"
 #include "kzfi_platform_control.h"
+#include "support/failing_memory.h"
 
 namespace {
 

@@ -11,8 +11,8 @@
 #include <string>
 #include <vector>
 
-#include "diag/failing_memory.h"
 #include "kzfi_platform_control.h"
+#include "support/failing_memory.h"
 
 namespace {
 

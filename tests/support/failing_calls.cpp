@@ -1,15 +1,19 @@
-#include "host/failing_calls.h"
+#include "support/failing_calls.h"
 
+#include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
 #include <cstdarg>
+#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <new>
 
@@ -132,6 +136,11 @@ REPLACEMENT int fcntl(int descriptor, int command, ...) {
     return fails(Call::FCNTL, command) ? -1 : own(descriptor, command, argument);
 }
 
+REPLACEMENT FILE* fopen(const char* path, const char* mode) {
+    static const auto own = systemsOwn<FILE*(const char*, const char*)>("fopen");
+    return fails(Call::FOPEN) ? nullptr : own(path, mode);
+}
+
 REPLACEMENT pid_t fork() noexcept {
     static const auto own = systemsOwn<pid_t()>("fork");
     return fails(Call::FORK) ? -1 : own();
@@ -145,6 +154,11 @@ REPLACEMENT pid_t vfork() noexcept {
 REPLACEMENT int kill(pid_t process, int signal) noexcept {
     static const auto own = systemsOwn<int(pid_t, int)>("kill");
     return fails(Call::KILL, signal) ? -1 : own(process, signal);
+}
+
+REPLACEMENT int mkdir(const char* path, mode_t mode) noexcept {
+    static const auto own = systemsOwn<int(const char*, mode_t)>("mkdir");
+    return fails(Call::MKDIR) ? -1 : own(path, mode);
 }
 
 REPLACEMENT int nanosleep(const struct timespec* pause, struct timespec* left) {
@@ -185,6 +199,11 @@ REPLACEMENT int open(const char* path, int flags, ...) {
     return fails(Call::OPEN) ? -1 : own(path, flags, mode);
 }
 
+REPLACEMENT DIR* opendir(const char* path) {
+    static const auto own = systemsOwn<DIR*(const char*)>("opendir");
+    return fails(Call::OPENDIR) ? nullptr : own(path);
+}
+
 REPLACEMENT int pipe2(int* ends, int flags) noexcept {
     static const auto own = systemsOwn<int(int*, int)>("pipe2");
     return fails(Call::PIPE2) ? -1 : own(ends, flags);
@@ -200,14 +219,39 @@ REPLACEMENT ssize_t read(int descriptor, void* buffer, size_t size) {
     return fails(Call::READ) ? -1 : own(descriptor, buffer, size);
 }
 
+REPLACEMENT char* strdup(const char* text) noexcept {
+    if (fails(Call::STRDUP)) {
+        return nullptr;
+    }
+    const size_t size = std::strlen(text) + 1;
+    void* const copy = std::malloc(size);
+    return copy != nullptr ? static_cast<char*>(std::memcpy(copy, text, size)) : nullptr;
+}
+
 REPLACEMENT pid_t waitpid(pid_t process, int* status, int options) {
     static const auto own = systemsOwn<pid_t(pid_t, int*, int)>("waitpid");
     return fails(Call::WAITPID) ? -1 : own(process, status, options);
 }
 
+REPLACEMENT ssize_t write(int descriptor, const void* data, size_t size) {
+    static const auto own = systemsOwn<ssize_t(int, const void*, size_t)>("write");
+    return fails(Call::WRITE) ? -1 : own(descriptor, data, size);
+}
+
 REPLACEMENT void* realloc(void* memory, size_t size) noexcept {
     static const auto own = KZFI_TESTS_OWN_REALLOC;
     return fails(Call::REALLOC) ? nullptr : own(memory, size);
+}
+
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    if (fails(Call::NEW)) {
+        return nullptr;
+    }
+    try {
+        return ::operator new(size);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
 }
 
 void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {

@@ -7,21 +7,28 @@
 
 namespace kzfi_tests {
 
+/// NEW and NEW_ARRAY: those with std::nothrow; for those that throw see failing_memory.h.
 enum class Call {
     CLOSE,
     DUP2,
     FCNTL,
+    FOPEN,
     FORK,
     KILL,
+    MKDIR,
     NANOSLEEP,
+    NEW,
     NEW_ARRAY,
     OPEN,
+    OPENDIR,
     PIPE2,
     POLL,
     READ,
     REALLOC,
     SLEEP,
+    STRDUP,
     WAITPID,
+    WRITE,
     COUNT
 };
 

@@ -1,4 +1,4 @@
-#include "failing_memory.h"
+#include "support/failing_memory.h"
 
 #include <cstdlib>
 #include <new>
