@@ -1,5 +1,6 @@
 #include "cfiplugininterposer.h"
 
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -60,9 +61,18 @@ char* copyOf(const std::string& text) {
     return copy;
 }
 
-std::unique_ptr<kfi_domain_assoc_entry> makeEntry(const std::string& name, kfi_domain* node,
-                                                  kfi_domain* group) {
-    std::unique_ptr<kfi_domain_assoc_entry> entry(new kfi_domain_assoc_entry{});
+// The name goes with an entry that nobody was given yet.
+struct EntryDeleter {
+    void operator()(kfi_domain_assoc_entry* entry) const {
+        std::free(entry->name);
+        delete entry;
+    }
+};
+
+using EntryPtr = std::unique_ptr<kfi_domain_assoc_entry, EntryDeleter>;
+
+EntryPtr makeEntry(const std::string& name, kfi_domain* node, kfi_domain* group) {
+    EntryPtr entry(new kfi_domain_assoc_entry{});
     entry->name = copyOf(name);
     entry->node = node;
     entry->group = group;
@@ -71,8 +81,8 @@ std::unique_ptr<kfi_domain_assoc_entry> makeEntry(const std::string& name, kfi_d
 
 kfi_domain_assoc* makeAssociation(const SFiFimInfo& fim, kfi_domain* node, kfi_domain* group) {
     std::unique_ptr<kfi_domain_assoc> association(new kfi_domain_assoc{});
-    std::unique_ptr<kfi_domain_assoc_entry> first = makeEntry(fim.fimAltName, node, group);
-    std::unique_ptr<kfi_domain_assoc_entry> second = makeEntry(fim.fimName, node, group);
+    EntryPtr first = makeEntry(fim.fimAltName, node, group);
+    EntryPtr second = makeEntry(fim.fimName, node, group);
     association->first = first.release();
     association->second = second.release();
     return association.release();
@@ -107,11 +117,11 @@ void CFiPluginInterposer::addFim(std::string claimPattern, std::string name,
 }
 
 bool CFiPluginInterposer::isGroupNode(tstring name) {
-    return groups.count(name.c_str()) != 0;
+    return groups.count(CFiStringTool::tstr2str(name)) != 0;
 }
 
 bool CFiPluginInterposer::isInterposerNode(tstring name) {
-    return contains(name.c_str(), marker());
+    return contains(CFiStringTool::tstr2str(name).c_str(), marker());
 }
 
 std::vector<SFiFimInfo> CFiPluginInterposer::getFims(tstring nodeName) {

@@ -10,6 +10,7 @@
 #include <cwchar>
 #include <cwctype>
 #include <iterator>
+#include <new>
 #include <string_view>
 
 #include "kzfi_framework.h"
@@ -200,7 +201,12 @@ std::string CFiStringTool::wstr2str(const std::string& text) {
 }
 
 std::string CFiStringTool::tstr2str(const tstring& text) {
-    return text.c_str();
+    // A tstring that found no memory has no text at all.
+    const char* const characters = text.c_str();
+    if (characters == nullptr) {
+        throw std::bad_alloc();
+    }
+    return characters;
 }
 
 tstring CFiStringTool::str2tstr(const std::string& text) {
@@ -263,7 +269,8 @@ wchar_t* CFiStringTool::wstrdup(const std::wstring& text) {
 }
 
 char* CFiStringTool::tstrdup(const tstring& text) {
-    return duplicate(text.c_str(), std::strlen(text.c_str()));
+    const char* const characters = text.c_str();
+    return characters == nullptr ? nullptr : duplicate(characters, std::strlen(characters));
 }
 
 // Elements from the host that go through free() are kept on purpose: its buffers are such as free()
