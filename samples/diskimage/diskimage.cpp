@@ -161,7 +161,11 @@ class DiskImageProvider : public CFiPluginBase {
 
     int initNode(kfi_domain* node, kfi_domain**, int, kzfi_objid*) override {
         const CFiTraceLogFunction scope(traceLog, __func__, __LINE__, __FILE__);
-        privateDataManager->getFactory()->createPrivateData(node, 0);
+        const CFiPrivateDataFactoryPtr records = privateDataManager->getFactory();
+        if (!records) {
+            return KZFI_ERR_INVALID; // init() did not run.
+        }
+        records->createPrivateData(node, 0);
         return KZFI_OK;
     }
 
@@ -285,6 +289,7 @@ class DiskImageProvider : public CFiPluginBase {
     void describeParameters() {
         for (CFiConfigParamInfoList* const list :
              {&globalConfigInfo[0][LIST], &globalConfigInfo[1][LIST]}) {
+            list->clear(); // init() may have been here before.
             add(*list, SPEC, FI_DATA_STRING, "");
             add(*list, TARGET_FORMAT, FI_DATA_STRING_LIST, "qcow2");
             for (const Format format : {Format::RAW, Format::QCOW2}) {
@@ -319,7 +324,9 @@ class DiskImageProvider : public CFiPluginBase {
     CFiPrivateDataPtr recordOf(kzfi_objid* id) const {
         kfi_domain node = {};
         node.objid = id;
-        const CFiPrivateDataPtr record = privateDataManager->getFactory()->findPrivateData(&node);
+        const CFiPrivateDataFactoryPtr records = privateDataManager->getFactory();
+        const CFiPrivateDataPtr record =
+            records ? records->findPrivateData(&node) : CFiPrivateDataPtr();
         if (!record) {
             throw Failure(NO_TARGET, {nameOf(id)});
         }

@@ -54,7 +54,11 @@ class HelloProvider : public CFiPluginBase {
 
     int initNode(kfi_domain* node, kfi_domain**, int, kzfi_objid*) override {
         const CFiTraceLogFunction scope(traceLog, __func__, __LINE__, __FILE__);
-        privateDataManager->getFactory()->createPrivateData(node, 0);
+        const CFiPrivateDataFactoryPtr records = privateDataManager->getFactory();
+        if (!records) {
+            return KZFI_ERR_INVALID; // init() did not run.
+        }
+        records->createPrivateData(node, 0);
         return KZFI_OK;
     }
 
@@ -78,6 +82,7 @@ class HelloProvider : public CFiPluginBase {
     /// List 0 of the plug-in's own descriptions; nodes without their own get its defaults.
     void describeParameters() {
         CFiConfigParamInfoList& list = globalConfigInfo[0][0];
+        list.clear(); // init() may have been here before.
         add(list, "retries", FI_DATA_INT, "3");
         list.entries()["retries"].rangeMin = 1;
         list.entries()["retries"].rangeMax = 5;

@@ -75,6 +75,8 @@ class Router : public CFiPluginInterposer {
 
     int init() override {
         const CFiTraceLogFunction scope(traceLog, __func__, __LINE__, __FILE__);
+        groups.clear(); // init() may have been here before.
+        fims.clear();
         addFim("##ENC1##", "mirror", "mirror_alt", MIRROR, "");
         addFim("##ENC2##", "copy", "copy_alt", COPY, "copies");
         tstring path;
