@@ -97,6 +97,11 @@ kfi_domain* NodeStore::find(const std::string& name) {
     return found != nullptr ? &found->record : nullptr;
 }
 
+kfi_domain* NodeStore::findOrMake(const std::string& name) {
+    Entry* const known = entry(name);
+    return known != nullptr ? &known->record : &add(name, nullptr).record;
+}
+
 kfi_domain* NodeStore::first() {
     return entries.empty() ? nullptr : &entries.front().record;
 }
@@ -120,17 +125,15 @@ std::vector<std::string> NodeStore::names() const {
 
 void NodeStore::interpose(const kfi_domain* node, const std::string& name,
                           const std::vector<std::string>& lower) {
-    Entry* const known = entry(name);
-    Entry& upper = known != nullptr ? *known : add(name, nullptr);
+    findOrMake(name);
+    Entry& upper = *entry(name);
     for (const Entry& each : entries) {
         if (&each.record == node) {
             putBelow(upper, each.name);
         }
     }
     for (const std::string& each : lower) {
-        if (entry(each) == nullptr) {
-            add(each, nullptr);
-        }
+        findOrMake(each);
         putBelow(upper, each);
     }
 }

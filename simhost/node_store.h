@@ -36,6 +36,8 @@ class NodeStore {
 
     /// The record of a node; null for a name that is none.
     kfi_domain* find(const std::string& name);
+    /// The same; a node that is not there yet is made: type 0, no flags.
+    kfi_domain* findOrMake(const std::string& name);
     /// The first node; null when there is none.
     kfi_domain* first();
     /// What the scenario says of the node; null for one that is none of the scenario's.

@@ -99,6 +99,11 @@ const std::vector<Check>& checks();
 
 // The families, one file each.
 void addLoadChecks(std::vector<Check>& all);
+void addLifeChecks(std::vector<Check>& all);
+void addClaimChecks(std::vector<Check>& all);
+void addNodesChecks(std::vector<Check>& all);
+void addErrorsChecks(std::vector<Check>& all);
+void addThreadsChecks(std::vector<Check>& all);
 void addOperationsChecks(std::vector<Check>& all);
 void addConfigChecks(std::vector<Check>& all);
 void addWalkChecks(std::vector<Check>& all);

@@ -7,6 +7,11 @@ const std::vector<Check>& checks() {
         std::vector<Check> list;
         addLoadChecks(list);
         addOperationsChecks(list);
+        addLifeChecks(list);
+        addClaimChecks(list);
+        addNodesChecks(list);
+        addErrorsChecks(list);
+        addThreadsChecks(list);
         addConfigChecks(list);
         addWalkChecks(list);
         addSnapshotChecks(list);

@@ -1,6 +1,5 @@
 // How a provider's shared object comes and goes.
 #include <fcntl.h>
-#include <malloc.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -9,6 +8,7 @@
 #include <thread>
 
 #include "context.h"
+#include "heap.h"
 
 namespace kzfi_simhost {
 namespace {
@@ -68,14 +68,14 @@ void comesAndGoesWithoutGrowth(CheckContext& c) {
             return;
         }
     }
-    const std::size_t usedBefore = mallinfo2().uordblks;
+    const std::size_t usedBefore = heapInUse();
     const std::size_t mappedBefore = mappings();
     for (int i = WARM_UP_TURNS; i < TURNS; ++i) {
         c.doing("load and unload, turn " + std::to_string(i + 1));
         comeAndGo(c);
     }
     const std::size_t turns = TURNS - WARM_UP_TURNS;
-    const std::size_t used = mallinfo2().uordblks;
+    const std::size_t used = heapInUse();
     c.expect(used <= usedBefore + turns * LEFT_PER_TURN,
              std::to_string(turns) + " turns of loading and unloading took " +
                  std::to_string(used - usedBefore) + " bytes of memory");

@@ -5,9 +5,9 @@ namespace {
 
 class Twin : public Sound {
   public:
-    int preselect(kfi_splitnode*, char*, kfi_splitnode**, int) override {
+    int preselect(kfi_splitnode*, char* session, kfi_splitnode**, int) override {
         KZFI_TWIN_SCOPE;
-        return -1;
+        return session != nullptr && std::string(session) == "status" ? -1 : KZFI_OK;
     }
 };
 

@@ -89,13 +89,13 @@ class SoundMessages : public CFiMessageCatalogFactory {
 
 #define KZFI_TWIN_SCOPE const CFiTraceLogFunction scope(traceLog, __func__, __LINE__, __FILE__)
 
-/// Claims what lies below /dev/sound and takes images of type "copy" of it, whose preparation it
-/// refuses for an empty request.
+/// Claims what lies below /dev/sound and takes images of type "copy" of everything, whose
+/// preparation it refuses for an empty request.
 class Sound : public CFiPluginBase {
   public:
     Sound() {
         setProviderName("sound");
-        setFimName("sound");
+        setFimName("copy");
         setMessageIndexOffset(1000);
     }
 
@@ -159,15 +159,18 @@ class Sound : public CFiPluginBase {
         return 1001;
     }
     CFiPrivateDataPtr createRecord(kfi_domain* node) {
-        return privateDataManager->getFactory()->createPrivateData(node, 0);
+        const CFiPrivateDataFactoryPtr records = privateDataManager->getFactory();
+        return records ? records->createPrivateData(node, 0) : CFiPrivateDataPtr();
     }
     CFiPrivateDataPtr recordOf(kfi_domain* node) {
-        return privateDataManager->getFactory()->findPrivateData(node);
+        const CFiPrivateDataFactoryPtr records = privateDataManager->getFactory();
+        return records ? records->findPrivateData(node) : CFiPrivateDataPtr();
     }
 
   private:
     void describeParameters() {
         CFiConfigParamInfoList& list = globalConfigInfo[0][0];
+        list.clear();
         describe(list, "retries", FI_DATA_INT, "3");
         list.entries()["retries"].rangeMin = 1;
         list.entries()["retries"].rangeMax = 5;
