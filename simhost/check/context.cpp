@@ -215,7 +215,10 @@ void CheckContext::release() {
 /// Whether it goes away is a matter of checks of their own.
 void CheckContext::unload() {
     if (library) {
-        guarded("unload the provider", [&] { library->unload(); });
+        // The code that a thread still runs must stay.
+        if (!watch.surroundings->hasNewThreads()) {
+            guarded("unload the provider", [&] { library->unload(); });
+        }
         library.reset();
     }
     // Destructors of static objects give back, too.

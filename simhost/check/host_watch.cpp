@@ -252,6 +252,13 @@ std::vector<Finding> Surroundings::changes() const {
     return found;
 }
 
+bool Surroundings::hasNewThreads() const {
+    const Lines now = settledThreads(threads);
+    return std::any_of(now.begin(), now.end(), [this](const std::string& thread) {
+        return std::find(threads.begin(), threads.end(), thread) == threads.end();
+    });
+}
+
 struct ReferenceWatch::Held {
     CFiErrorManagerPtr errors;
     CFiMessageCatalogManagerPtr catalogs;

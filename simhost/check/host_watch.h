@@ -23,6 +23,8 @@ class Surroundings {
 
     /// What is different now, a line each.
     std::vector<Finding> changes() const;
+    /// Whether threads run that did not then.
+    bool hasNewThreads() const;
     /// The same without descriptors and threads, which a provider may have between init and fini.
     std::vector<Finding> lastingChanges() const;
     /// What lastingChanges() gives now counts as known.
