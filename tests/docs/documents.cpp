@@ -180,7 +180,7 @@ std::vector<int> indentedCodeIn(const std::string& document) {
     const std::vector<std::string> prose = proseOf(document);
     std::vector<int> lines;
     for (std::size_t i = 1; i < prose.size(); ++i) {
-        const bool indented = prose[i].rfind("    ", 0) == 0 || prose[i].rfind("\t", 0) == 0;
+        const bool indented = prose[i].rfind("    ", 0) == 0 || prose[i].rfind('\t', 0) == 0;
         if (indented && prose[i - 1].empty()) {
             lines.push_back(static_cast<int>(i) + 1);
         }
