@@ -113,8 +113,12 @@ TEST_P(TwinsTest, BreaksItsRuleAlone) {
     const std::string file = std::string(KZFI_PROVIDERS "/twin_") + GetParam().name + ".so";
     const bool snapshots = std::string(GetParam().name).rfind("snapshot_", 0) == 0;
     const char* const config = snapshots ? KZFI_SNAPSHOTS_CONFIG : KZFI_CHECK_CONFIG;
-    EXPECT_EQ(run.of(file, {"--config", config, "--deadline", "2"}), GetParam().expected)
-        << run.result.out << run.result.err;
+    Verdicts found = run.of(file, {"--config", config, "--deadline", "2"});
+    // Its way may lead past any fault.
+    if (GetParam().expected.count("walk.random") == 0) {
+        found.erase("walk.random");
+    }
+    EXPECT_EQ(found, GetParam().expected) << run.result.out << run.result.err;
 }
 
 INSTANTIATE_TEST_SUITE_P(All, TwinsTest, testing::ValuesIn(TWINS),
