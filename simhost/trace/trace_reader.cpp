@@ -167,9 +167,10 @@ bool TraceReader::next(TraceLine& line) {
                 removeLineEnds(line.text);
                 return true;
             }
-        } else if (kind == Head::DAMAGED || (kind == Head::CUT_OFF && !lastHasEnd)) {
-            countStranger();
-        } else if (hasCurrent) {
+            continue;
+        }
+        const bool damaged = kind == Head::DAMAGED || (kind == Head::CUT_OFF && !lastHasEnd);
+        if (hasCurrent && !damaged) {
             add();
         } else if (text.find_first_not_of('\r') != std::string::npos) {
             countStranger();

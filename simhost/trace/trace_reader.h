@@ -27,7 +27,7 @@ struct TraceLine {
 /// are kept, so that a damaged file costs no memory.
 class TraceReader {
   public:
-    static constexpr std::size_t LONGEST = 64 * 1024;
+    static constexpr std::size_t LONGEST = 65536;
 
     /// Throws CannotRun.
     explicit TraceReader(const std::string& path);

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <iterator>
 #include <set>
 
 #include "command.h"
@@ -42,9 +43,8 @@ std::string textOf(const std::vector<ProjectFile>& files, const std::string& pat
 
 std::vector<std::string> pathsOf(const std::vector<ProjectFile>& files) {
     std::vector<std::string> paths;
-    for (const ProjectFile& file : files) {
-        paths.push_back(file.path);
-    }
+    std::transform(files.begin(), files.end(), std::back_inserter(paths),
+                   [](const ProjectFile& file) { return file.path; });
     std::sort(paths.begin(), paths.end());
     return paths;
 }

@@ -192,7 +192,7 @@ TEST_F(TraceCommandTest, ShowsTheTraceOfARun) {
         simhost({"trace", run.out.substr(start, run.out.find('\n', start) - start)});
     EXPECT_EQ(result.status, 0) << result.err;
     EXPECT_THAT(result.out,
-                testing::ContainsRegex("us    prepare \\[[0-9]+, hello.cpp\\]\n.*E   "
+                testing::ContainsRegex(" prepare \\[[0-9]+, hello.cpp\\]\n.*E   "
                                        "ERROR: no room for a snapshot of /dev/disk1\n"));
     EXPECT_THAT(result.out, Not(HasSubstr("not finished")));
     EXPECT_THAT(result.out, Not(HasSubstr("not understood")));

@@ -6,7 +6,6 @@
 #include "scenario.h"
 #include "support/fixed_paths.h"
 #include "support/temp_dir.h"
-#include "trace_file.h"
 
 namespace {
 
@@ -15,7 +14,6 @@ using kzfi_simhost::clockText;
 using kzfi_simhost::dateText;
 using kzfi_simhost::TraceLine;
 using kzfi_simhost::TraceReader;
-using kzfi_tests::traced;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
@@ -45,6 +43,11 @@ class TraceReaderTest : public testing::Test {
         seen.firstNotUnderstood = reader.firstNotUnderstood();
         seen.endsEarly = reader.endsEarly();
         return seen;
+    }
+
+    /// A line of its own between others.
+    Seen between(std::string before, const std::string& line, const std::string& behind) {
+        return reading(before.append(line).append("\n").append(behind));
     }
 
     kzfi_tests::TempDir folder;
@@ -125,7 +128,7 @@ TEST_F(TraceReaderTest, CountsHeadsThatAreDamaged) {
              "2026-11-20 12:00:00.000000 text",
              "<time error> text",
          }) {
-        const Seen seen = reading(HEAD + "a\n" + damaged + "\n" + HEAD + "b\n");
+        const Seen seen = between(HEAD + "a\n", damaged, HEAD + "b\n");
         EXPECT_THAT(seen.texts, ElementsAre("a", "b")) << damaged;
         EXPECT_EQ(seen.notUnderstood, 1u) << damaged;
         EXPECT_EQ(seen.firstNotUnderstood, 2u) << damaged;
@@ -141,7 +144,7 @@ TEST_F(TraceReaderTest, WhatIsNoTimeIsNoHead) {
              "2026-11-20 12:00:00,000000 <Pid - 100 / Thread id - 1> text",
              " " + HEAD + "text",
          }) {
-        EXPECT_THAT(reading(HEAD + "a\n" + other + "\n").texts, ElementsAre("a\n" + other));
+        EXPECT_THAT(between(HEAD + "a\n", other, "").texts, ElementsAre("a\n" + other));
     }
 }
 

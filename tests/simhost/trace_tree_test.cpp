@@ -29,7 +29,7 @@ std::string exitOf(const std::string& call) {
 
 /// "  f [1, a] 5" for a call one level deep that took 5 us.
 std::string drawn(const TraceEvent& event) {
-    std::string text(2 * event.depth, ' ');
+    std::string text(2 * std::size_t{event.depth}, ' ');
     text += *event.text;
     if (event.kind == TraceEvent::CALL) {
         text += event.finished ? " " + std::to_string(event.end - event.start) : " not finished";
@@ -105,6 +105,11 @@ TEST_F(CallTreeTest, AFunctionMayCallItself) {
 TEST_F(CallTreeTest, AnExitMayNameTheFunctionAlone) {
     EXPECT_THAT(treeOf({entry("f [0, a]"), "x", exitOf("f"), "y"}),
                 ElementsAre("f [0, a] 2", "  x", "y"));
+    EXPECT_THAT(treeOf({entry("f [0, a]"), exitOf("f"), exitOf("f")}),
+                ElementsAre("f [0, a] 1", "f no entry"));
+    // What has no end is no place.
+    EXPECT_THAT(treeOf({entry("f [0, a"), exitOf("f")}),
+                ElementsAre("f [0, a not finished", "  f no entry"));
 }
 
 TEST_F(CallTreeTest, FunctionsOfOneNameAreToldApartByTheirPlace) {
