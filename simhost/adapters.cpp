@@ -83,6 +83,10 @@ Field number(const char* name) {
     return {name, FieldKind::NUMBER};
 }
 
+Field longNumber(const char* name) {
+    return {name, FieldKind::NUMBER, {}, true};
+}
+
 Field flag(const char* name) {
     return {name, FieldKind::FLAG};
 }

@@ -40,6 +40,7 @@ Field nodes(const char* name);
 Field text(const char* name);
 Field texts(const char* name);
 Field number(const char* name);
+Field longNumber(const char* name);
 Field flag(const char* name);
 Field choice(const char* name, std::vector<std::string> choices);
 Field parameters(const char* name);

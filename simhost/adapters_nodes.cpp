@@ -200,7 +200,7 @@ std::vector<Operation> nodeOperations() {
          callReAccessAltNode},
         {15, "deInitNode", {node("node")}, callDeInitNode},
         {18, "subobjList", {node("node")}, callSubobjList},
-        {29, "isReady", {nodes("nodes"), text("session")}, callIsReady},
+        {29, "isReady", {nodes("nodes"), nodes("second"), text("session")}, callIsReady},
         {30, "cacheDisable", {node("node"), number("options")}, callCacheDisable},
         {31, "cacheEnable", {node("node"), number("options")}, callCacheEnable},
         {32, "cacheFlush", {node("node"), number("options")}, callCacheFlush},
@@ -208,9 +208,9 @@ std::vector<Operation> nodeOperations() {
         {42, "checkNodeExistence", {node("node")}, callCheckNodeExistence},
         {49,
          "enableAccess",
-         {nodes("nodes"), number("options"), number("first"), number("second")},
+         {nodes("nodes"), longNumber("options"), number("first"), number("second")},
          callEnableAccess},
-        {50, "disableAccess", {nodes("nodes"), number("options")}, callDisableAccess},
+        {50, "disableAccess", {nodes("nodes"), longNumber("options")}, callDisableAccess},
     };
 }
 

@@ -27,8 +27,10 @@ Outcome callTranslateResourceNames(Call& c) {
 
 Outcome callImportResource(Call& c) {
     std::vector<char*>& resources = c.texts("resources");
-    resources.push_back(nullptr);
-    std::vector<char*> results(resources.size());
+    std::vector<char*> results(resources.size() + 1);
+    if (!c.isNull("resources")) {
+        resources.push_back(nullptr);
+    }
     const int status = c.provider().importResource(
         resources.data(), c.text("udid"), c.text("hostname"), c.text("session"),
         integer(c, "request"), results.data(), c.text("options"));
@@ -77,7 +79,7 @@ Outcome callPreDeportResource(Call& c) {
 std::vector<Operation> resourceOperations() {
     using namespace fields;
     return {
-        {56, "resourceStatus", {text("resource"), number("options")}, callResourceStatus},
+        {56, "resourceStatus", {text("resource"), longNumber("options")}, callResourceStatus},
         {61, "translateResourceNames", {texts("names")}, callTranslateResourceNames},
         {63,
          "importResource",

@@ -30,7 +30,9 @@ Outcome callBuildAltTree(Call& c) {
 
 Outcome callStartBuildAltTree(Call& c) {
     std::vector<kzfi_objid*>& objects = c.objects("objects");
-    objects.push_back(nullptr);
+    if (!c.isNull("objects")) {
+        objects.push_back(nullptr);
+    }
     return answered(c.provider().startBuildAltTree(c.node(), objects.data(), nullptr));
 }
 

@@ -38,17 +38,20 @@ kfi_domain* Call::find(const std::string& field, const std::string& name) {
 }
 
 std::vector<kfi_domain*>& Call::nodes(const std::string& field) {
-    std::vector<kfi_domain*>& list = nodeLists.emplace_back();
+    std::vector<kfi_domain*>& list = startList(nodeLists, field);
     for (const Json& name : raw(field)) {
         list.push_back(find(field, name.get<std::string>()));
     }
     return list;
 }
 
-std::vector<kfi_splitnode*>& Call::splits(const std::string& field) {
-    std::vector<kfi_splitnode*>& list = splitLists.emplace_back();
-    for (kfi_domain* const node : nodes(field)) {
-        list.push_back(&splitRecords.emplace_back(kfi_splitnode{nullptr, node, nullptr}));
+std::vector<kfi_splitnode*>& Call::splits() {
+    const std::vector<kfi_domain*>& firsts = nodes("nodes");
+    const std::vector<kfi_domain*>& seconds = nodes("second");
+    std::vector<kfi_splitnode*>& list = startList(splitLists, "nodes");
+    for (std::size_t i = 0; i < firsts.size(); ++i) {
+        kfi_domain* const second = i < seconds.size() ? seconds[i] : nullptr;
+        list.push_back(&splitRecords.emplace_back(kfi_splitnode{nullptr, firsts[i], second}));
     }
     return list;
 }
@@ -84,11 +87,11 @@ kzfi_objid* Call::object(const std::string& field) {
 }
 
 std::vector<kzfi_objid*>& Call::objects(const std::string& field, std::size_t least) {
-    std::vector<kzfi_objid*>& list = objectLists.emplace_back();
+    std::vector<kzfi_objid*>& list = startList(objectLists, field);
     for (const Json& name : raw(field)) {
         list.push_back(objectId(name.get<std::string>()));
     }
-    if (list.size() < least) {
+    if (list.size() < least && !isNull(field)) {
         list.resize(least);
     }
     return list;
@@ -103,7 +106,7 @@ char* Call::text(const std::string& field) {
 }
 
 std::vector<char*>& Call::texts(const std::string& field) {
-    std::vector<char*>& list = textLists.emplace_back();
+    std::vector<char*>& list = startList(textLists, field);
     for (const Json& value : raw(field)) {
         list.push_back(keep(value.get<std::string>()));
     }

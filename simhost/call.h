@@ -32,17 +32,19 @@ class Call {
     kzfi_pdk_4_4::CFiPluginBase& provider() { return host.provider(); }
 
     kfi_domain* node(const std::string& field = "node");
-    /// Node records of a NODES field.
+    /// Node records of a NODES field. As of every list, data() is null when the field is null, and
+    /// only then.
     std::vector<kfi_domain*>& nodes(const std::string& field);
-    /// Split nodes of a NODES field.
-    std::vector<kfi_splitnode*>& splits(const std::string& field = "nodes");
+    /// Split nodes of the NODES field "nodes", with the second nodes of "second" as far as it goes.
+    std::vector<kfi_splitnode*>& splits();
     /// Sub-objects of a NODES field as a list; null when there are none.
     kfi_node_subobj_list* subObjects(const std::string& field);
     /// Hosts of a TEXTS field as a list; null when there are none.
     kfi_host_infn* hosts(const std::string& field);
     /// Object id of a TEXT field; left out: that of the first node.
     kzfi_objid* object(const std::string& field);
-    /// Object ids of a TEXTS field; filled up with null pointers to at least this many.
+    /// Object ids of a TEXTS field; filled up with null pointers to at least this many, unless
+    /// null.
     std::vector<kzfi_objid*>& objects(const std::string& field, std::size_t least = 0);
     char* text(const std::string& field);
     /// Texts of a TEXTS field.
@@ -51,6 +53,7 @@ class Call {
     bool flag(const std::string& field) const;
     /// A CHOICE field, or what stands for it when it is left out.
     std::string choice(const std::string& field, const std::string& otherwise) const;
+    bool isNull(const std::string& field) const { return has(field) && raw(field).is_null(); }
     /// Whether the step has the field at all.
     bool has(const std::string& field) const { return arguments.contains(field); }
     /// Whether text is one that this call handed to the provider.
@@ -63,6 +66,14 @@ class Call {
   private:
     kfi_domain* find(const std::string& field, const std::string& name);
     char* keep(const std::string& text);
+    template <class T>
+    std::vector<T>& startList(std::deque<std::vector<T>>& lists, const std::string& field) const {
+        std::vector<T>& list = lists.emplace_back();
+        if (!isNull(field)) {
+            list.reserve(1); // So that data() is no null pointer.
+        }
+        return list;
+    }
 
     const Json& arguments;
     // Deques, as what was handed out must not move.

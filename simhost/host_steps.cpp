@@ -116,7 +116,9 @@ const std::vector<Operation>& hostSteps() {
     static const std::vector<Operation> all = {
         {0,
          "host fill",
-         {{"path", FieldKind::PATH}, {"size", FieldKind::NUMBER}, {"seed", FieldKind::NUMBER}},
+         {{"path", FieldKind::PATH},
+          {"size", FieldKind::NUMBER, {}, true},
+          {"seed", FieldKind::NUMBER, {}, true}},
          fill},
         {0, "host compare", {{"path", FieldKind::PATH}, {"with", FieldKind::PATH}}, compareFiles},
         {0, "host list", {{"folder", FieldKind::PATH}}, list},

@@ -29,6 +29,7 @@ struct Field {
     std::string name;
     FieldKind kind;
     std::vector<std::string> choices = {};
+    bool isLong = false; ///< of a number: 64 bits and not 32
 };
 
 /// One operation, or a step of the host's own. The adapter builds the framework's records from the

@@ -480,13 +480,14 @@ Json Reader::argument(const Field& field, const Node& node) const {
     case FieldKind::NODE:
         return node.IsNull() ? Json() : Json(knownNode(node, field.name));
     case FieldKind::NODES:
-        return nodeNames(node, field.name);
+        return node.IsNull() ? Json() : nodeNames(node, field.name);
     case FieldKind::TEXT:
         return textOrNull(node, field.name);
     case FieldKind::TEXTS:
-        return textOrTexts(node, field.name);
+        return node.IsNull() ? Json() : Json(textOrTexts(node, field.name));
     case FieldKind::NUMBER:
-        return number(node, field.name, INT_MIN, INT_MAX);
+        return field.isLong ? number(node, field.name, LONG_MIN, LONG_MAX)
+                            : number(node, field.name, INT_MIN, INT_MAX);
     case FieldKind::FLAG:
         return flag(node, field.name);
     case FieldKind::CHOICE:

@@ -8,8 +8,8 @@
 namespace kzfi_simhost {
 namespace {
 
-const char* wordFor(FieldKind kind) {
-    switch (kind) {
+const char* wordFor(const Field& field) {
+    switch (field.kind) {
     case FieldKind::NODE:
         return "node";
     case FieldKind::NODES:
@@ -19,7 +19,7 @@ const char* wordFor(FieldKind kind) {
     case FieldKind::TEXTS:
         return "texts";
     case FieldKind::NUMBER:
-        return "number";
+        return field.isLong ? "long number" : "number";
     case FieldKind::FLAG:
         return "true or false";
     case FieldKind::PARAMETERS:
@@ -41,7 +41,7 @@ int listOperations() {
         }
         std::cout << operation.name << "\n";
         for (const Field& field : operation.fields) {
-            std::cout << "  " << field.name << ": " << wordFor(field.kind);
+            std::cout << "  " << field.name << ": " << wordFor(field);
             for (const std::string& choice : field.choices) {
                 std::cout << (&choice == &field.choices.front() ? "" : " | ") << choice;
             }

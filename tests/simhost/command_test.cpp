@@ -90,7 +90,7 @@ TEST_F(CommandTest, ListsTheOperationsOfAStep) {
     EXPECT_THAT(result.out, HasSubstr("config\n  mode: get | set | clear | getparam | set-again\n"
                                       "  node: node\n  list: 0 | 1 | none\n  session: text\n"
                                       "  text: text\n  parameters: parameters\n"));
-    EXPECT_THAT(result.out, HasSubstr("prepare\n  nodes: nodes\n  session: text\n"
+    EXPECT_THAT(result.out, HasSubstr("prepare\n  nodes: nodes\n  second: nodes\n  session: text\n"
                                       "  options: number\n"));
     EXPECT_THAT(result.out, HasSubstr("unformat\n  resources: texts\n"));
 }

@@ -119,8 +119,8 @@ TEST_F(HostStepsTest, LinksLeadNowhereOutOfTheRoot) {
 TEST_F(HostStepsTest, TheCommandListsThem) {
     const std::string all = simhost({"operations"}).out;
     EXPECT_THAT(all, HasSubstr("postDeport\n  node: node\n  alternate: node\n"
-                               "host fill\n  path: path below the root\n  size: number\n"
-                               "  seed: number\n"
+                               "host fill\n  path: path below the root\n  size: long number\n"
+                               "  seed: long number\n"
                                "host compare\n  path: path below the root\n"
                                "  with: path below the root\n"
                                "host list\n  folder: path below the root\n"));

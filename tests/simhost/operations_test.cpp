@@ -64,6 +64,9 @@ class Witness : public CFiPluginBase {
 
     int importTreeNode(kfi_domain* node, kzfi_objid** primaries, kzfi_objid** secondaries,
                        int count, kzfi_objid** out) override {
+        if (secondaries == nullptr) {
+            return 9;
+        }
         for (int i = 0; i < count; ++i) {
             seen.push_back(primaries[i]->name);
             seen.push_back(textOrNull(secondaries[i] ? secondaries[i]->name : nullptr));
@@ -99,8 +102,11 @@ class Witness : public CFiPluginBase {
         seen = {textOrNull(sessionId), std::to_string(options)};
         for (int i = 0; i < count; ++i) {
             seen.push_back(nodes[i]->node->objid->name);
-            EXPECT_EQ(nodes[i]->second_node, nullptr);
+            if (nodes[i]->second_node != nullptr) {
+                seen.push_back(std::string("with ") + nodes[i]->second_node->objid->name);
+            }
         }
+        listIsNull = nodes == nullptr;
         sessionId[0] = '\0';
         return 0;
     }
@@ -172,6 +178,21 @@ class Witness : public CFiPluginBase {
         }
     }
 
+    int startBuildAltTree(kfi_domain*, kzfi_objid** objects, void*) override {
+        if (objects == nullptr) {
+            seen = {"no objects"};
+        }
+        for (; objects != nullptr && *objects != nullptr; ++objects) {
+            seen.push_back((*objects)->name);
+        }
+        return 0;
+    }
+
+    int enableAccess(kfi_node_subobj_list*, long options, int, int) override {
+        seen = {std::to_string(options)};
+        return 0;
+    }
+
     int setImportOptions(kfi_splitnode**, int, kfi_host_infn* hosts, int transportable,
                          void*) override {
         seen = {std::to_string(transportable)};
@@ -194,6 +215,7 @@ class Witness : public CFiPluginBase {
 
     std::vector<std::string> seen;
     std::string reply;
+    bool listIsNull = false;
     bool lowerIsMissing = false;
     bool keepsAssociations = false;
 };
@@ -397,6 +419,48 @@ TEST_F(OperationsTest, SplitNodesAreTheNodes) {
     EXPECT_THAT(seen("prepare", {{"nodes", {"n2", "n1"}}, {"session", "s"}, {"options", 7}}),
                 ElementsAre("s", "7", "n2", "n1"));
     EXPECT_THAT(seen("prepare", Json::object()), ElementsAre("", "0"));
+}
+
+TEST_F(OperationsTest, SecondNodesAreTheOtherHalves) {
+    EXPECT_THAT(seen("prepare", {{"nodes", {"n1", "n2"}}, {"second", {"n2"}}, {"session", "s"}}),
+                ElementsAre("s", "0", "n1", "with n2", "n2"));
+}
+
+TEST_F(OperationsTest, OnlyAListThatIsNullIsANullPointer) {
+    seen("prepare", {{"nodes", nullptr}});
+    EXPECT_TRUE(witness().listIsNull);
+    seen("prepare", {{"nodes", Json::array()}});
+    EXPECT_FALSE(witness().listIsNull);
+    seen("prepare", Json::object());
+    EXPECT_FALSE(witness().listIsNull);
+    for (const char* operation : {"importTreeNode", "restore", "getStatus"}) {
+        EXPECT_THAT(seen(operation, {{"primaries", nullptr}}), IsEmpty());
+    }
+    EXPECT_THAT(seen("startBuildAltTree", {{"objects", nullptr}}), ElementsAre("no objects"));
+    EXPECT_THAT(seen("startBuildAltTree", {{"objects", {"o"}}}), ElementsAre("o"));
+    EXPECT_THAT(seen("startBuildAltTree", Json::object()), IsEmpty());
+    EXPECT_EQ(call("importResource", {{"resources", nullptr}}).status, 0);
+    EXPECT_EQ(call("importTreeNode", {{"primaries", {"p"}}, {"secondaries", nullptr}}).status, 9);
+}
+
+TEST_F(OperationsTest, LongNumbersKeepTheirWidth) {
+    const long wide = 5000000000;
+    EXPECT_THAT(seen("enableAccess", {{"nodes", {"n1"}}, {"options", wide}}),
+                ElementsAre("5000000000"));
+    EXPECT_EQ(call("restore", {{"primaries", {"p"}}, {"snapshots", {"s"}}, {"flags", wide}})
+                  .values["statuses"],
+              Json({wide}));
+    std::set<std::string> wideFields;
+    for (const Operation& operation : operations()) {
+        for (const Field& field : operation.fields) {
+            if (field.isLong) {
+                wideFields.insert(operation.name + " " + field.name);
+            }
+        }
+    }
+    EXPECT_THAT(wideFields,
+                ElementsAre("disableAccess options", "enableAccess options", "getStatus flags",
+                            "resourceStatus options", "restore flags", "resync flags"));
 }
 
 TEST_F(OperationsTest, HostsAreAList) {

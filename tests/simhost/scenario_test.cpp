@@ -61,6 +61,21 @@ TEST_F(ScenarioTest, OnlyTheProviderMustBeNamed) {
     EXPECT_THAT(scenario.steps, IsEmpty());
 }
 
+TEST_F(ScenarioTest, ListsMayBeNullPointers) {
+    const Scenario scenario = read("provider: p\nsteps:\n"
+                                   "  - prepare: {nodes: null}\n"
+                                   "  - restore: {primaries: null, flags: 5000000000}\n");
+    EXPECT_EQ(scenario.steps[0].arguments, Json({{"nodes", nullptr}}));
+    EXPECT_EQ(scenario.steps[1].arguments, Json({{"primaries", nullptr}, {"flags", 5000000000}}));
+}
+
+TEST_F(ScenarioTest, AStepMayWatchWhatGrows) {
+    const Scenario scenario = read("provider: p\nsteps:\n"
+                                   "  - {make: {}, watch: enclosures/B/*}\n  - make\n");
+    EXPECT_EQ(scenario.steps[0].watch, "enclosures/B/*");
+    EXPECT_EQ(scenario.steps[1].watch, "");
+}
+
 TEST_F(ScenarioTest, TakesEveryKey) {
     const Scenario scenario = read("# a comment\n"
                                    "provider: /lib/x/../p.so\n"
@@ -322,6 +337,10 @@ INSTANTIATE_TEST_SUITE_P(
             "expect, deadline, title, watch"},
         Bad{"provider: p\nsteps:\n  - init:\n    fini:\n",
             "s.yaml:4: the step names two operations, 'init' and 'fini'"},
+        Bad{"provider: p\nsteps:\n  - make:\n    watch: ../B\n",
+            "s.yaml:4: watch: '../B' is no path of a file below the root"},
+        Bad{"provider: p\nsteps:\n  - prepare: {options: 5000000000}\n",
+            "s.yaml:3: options must be from -2147483648 to 2147483647"},
         Bad{"provider: p\nsteps:\n  - init: {x: 1}\n",
             "s.yaml:3: unknown key 'x' in init; it has none"},
         Bad{"provider: p\nsteps:\n  - claim: {obj: 1}\n",
