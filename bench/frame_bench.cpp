@@ -103,7 +103,10 @@ std::string groups(long count) {
     std::string text;
     for (long i = 0; i < count; ++i) {
         const std::string number = std::to_string(10000 + i);
-        text += "[ENC2##" + number + ";ENC2##T" + number + ";ENC2##U" + number + "]";
+        for (const char* const part : {"[ENC2##", ";ENC2##T", ";ENC2##U"}) {
+            text.append(part).append(number);
+        }
+        text += "]";
     }
     return text;
 }

@@ -15,7 +15,7 @@ const char* const WORDS[] = {"volume ", "Gerät Größe ", "том диска ",
 
 std::string textOf(const std::string& word) {
     std::string text;
-    while (text.size() < 64 * 1024) {
+    while (text.size() < std::size_t{64} * 1024) {
         text += word;
     }
     return text;
