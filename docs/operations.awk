@@ -33,6 +33,11 @@ function plain(text,    result, name) {
     return result text
 }
 
+# As the beginning of a sentence, unless it is a name.
+function capital(text) {
+    return text ~ /^[a-z]+[ ,.;:]/ ? toupper(substr(text, 1, 1)) substr(text, 2) : text
+}
+
 # ---- What the comment of an operation says
 
 function forget() {
@@ -82,8 +87,11 @@ function ownerOf(name, type) {
     if (!(("*" name) in meaning) && (name in meaning || !(("*" name) in everywhere))) {
         return "the framework"
     }
-    if (("*" name) in meaning && meaning["*" name] ~ /stays|belongs to|handed out|not written/) {
+    if (("*" name) in meaning && meaning["*" name] ~ /stays|belongs to|handed out/) {
         return "as told"
+    }
+    if (meaning["*" name] ~ /^not written/) {
+        return "the framework"
     }
     return type ~ /^(int|long|void)\*$/ ? "the framework; the provider writes it" : \
            type ~ /^kzfi_objid\*\*$/ ? "the id stays the framework's" : \
@@ -113,19 +121,37 @@ function statusesOf(result, answers, page) {
     if (answers != "") {
         print plain(answers) "\n" > page
     }
-    if (result == "int") {
+    if (result == "int" && answers ~ /(^|[^A-Z_])0([^0-9]|$)|_NONE/) {
+        # 0 means something else here, or is told already.
+        print "Beside these: " plain(substr(statuses, index(statuses, ", ") + 2)) > page
+    } else if (result == "int") {
         print (answers != "" ? "Beside these: " : "") plain(statuses) > page
     } else if (result == "void") {
         print "It answers nothing." > page
     }
 }
 
-# The rules of the checker that name the operation, and where those of all operations stand.
+# What the default does, with its status.
+function defaultOf(result, text) {
+    if (result == "int" && text == "does nothing.") {
+        return "does nothing: KZFI_OK, arguments untouched."
+    }
+    if (result == "int" && sub(/^does nothing; /, "does nothing: KZFI_OK, ", text)) {
+        return text
+    }
+    if (result == "int" && text !~ /KZFI_(OK|ERR_|CLAIM_|INTERPOSE_)|[Aa]lways 0|^0|^all of this/) {
+        return text " Answers KZFI_OK."
+    }
+    return text
+}
+
+# The rules of the checker that name the operation or are about its family, and where those of all
+# operations stand.
 function rulesOf(page,    i, family) {
     print "What it expects of [every operation](README.md#what-the-checker-expects-of-all)." > page
     for (i = 1; i <= ruleCount; ++i) {
         family = substr(ruleName[i], 1, index(ruleName[i], ".") - 1)
-        if (family == tolower(operation) || \
+        if ((" " about[family] " ") ~ (" " operation " ") || \
             (" " rule[i] " ") ~ ("[^A-Za-z]" operation "[^A-Za-z]")) {
             print "\n- `" ruleName[i] "`: " plain(rule[i]) > page
         }
@@ -151,7 +177,7 @@ function writePage(result, parameters,    page, at, before, answers, usual) {
     argumentsOf(parameters, page)
     print "\n## Statuses\n" > page
     statusesOf(result, answers, page)
-    print "\n## Default\n\n" plain(toupper(substr(usual, 1, 1)) substr(usual, 2)) > page
+    print "\n## Default\n\n" plain(capital(defaultOf(result, usual))) > page
     if (codeText != "") {
         print "\n```text\n" codeText "```" > page
     }
@@ -164,6 +190,15 @@ function writePage(result, parameters,    page, at, before, answers, usual) {
 }
 
 # ---- The lists before the operations
+
+# The operations that a family of rules is about; the other families are about all.
+BEGIN {
+    about["claim"] = "claim"
+    about["config"] = "config"
+    about["errors"] = "errMsg getLastError delLastError getLocaleMessage delLocaleMessage"
+    about["nodes"] = "initNode deInitNode"
+    about["snapshot"] = "select prepare make restore resync dispose"
+}
 
 FNR == 1 { ++file }
 
@@ -259,7 +294,7 @@ END {
     print "\n## Who owns what\n\n" plain(ownership) > index_
     print "\n## What the checker expects of all\n" > index_
     for (i = 1; i <= ruleCount; ++i) {
-        if (ruleName[i] ~ /^(operations|watch)\./) {
+        if (ruleName[i] ~ /^(operations|threads|walk|watch)\.|^life\.(before|after)_/) {
             print "- `" ruleName[i] "`: " plain(rule[i]) > index_
         }
     }

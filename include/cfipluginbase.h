@@ -62,10 +62,10 @@ class KZFI_PDK_API CFiObjctlArgs {};
 ///     node, domain          the node that is worked on
 ///     obj                   its object id
 ///     parent                the node above it
-///     primary, primaries    the original, or a list of them
-///     alternate             what its snapshot is seen as
-///     secondaries           the snapshots of the primaries, entry by entry
-///     snapshots             the same
+///     primary               the original
+///     primaries             the originals, a list
+///     alternate             what the original's snapshot is seen as
+///     secondaries, snapshots  the snapshots of the primaries, entry by entry
 ///     split                 the node and its counterpart in the request
 ///     nodes                 the nodes of the request with their counterparts, a list
 ///     count                 number of entries of each list
@@ -87,7 +87,7 @@ class KZFI_PDK_API CFiObjctlArgs {};
 ///     *count                number of entries of the list
 ///     *out                  the object id of what came of it
 ///     *status               the state, a number
-///     *results              texts about what was done
+///     *results              texts about what was done, a list; of importResource one text
 ///     *resultCount          number of entries of *results
 ///
 /// Every operation but the destructor, delayedInit and globalConfigInfoList traces its entry and
@@ -134,7 +134,7 @@ class KZFI_PDK_API CFiPluginBase : public virtual CFiRefCount, public virtual CF
     /// Work put off until after loading, when init is done. Default: does nothing.
     virtual int delayedInit();
 
-    /// Asks for the plug-in's own parameter descriptions.
+    /// Asks for the plug-in's own parameter descriptions; config GETPARAM does so.
     ///   index: the list index, 0 or 1; not checked
     ///   second: selects those that are asked for a node that leads its owner
     /// Answers a list that the plug-in owns, never null. Default: globalConfigInfo[second][index].
@@ -148,7 +148,7 @@ class KZFI_PDK_API CFiPluginBase : public virtual CFiRefCount, public virtual CF
 
     /// Asks whether the provider takes the object on.
     ///   primary: the object asked about
-    ///   *secondaries: the objects claimed, a list
+    ///   *secondaries: the objects claimed, a list; may be null with *count 0
     /// Answers KZFI_CLAIM_NONE, or KZFI_CLAIM_SECONDARY with the list written. Default:
     /// KZFI_CLAIM_NONE, arguments untouched.
     virtual int claim(kzfi_objid* primary, kzfi_objid*** secondaries, int* count);
@@ -174,7 +174,7 @@ class KZFI_PDK_API CFiPluginBase : public virtual CFiRefCount, public virtual CF
 
     /// Reads and writes a node's configuration parameters as XML.
     ///   mode: a kzfi_config_mode; others do nothing
-    ///   sessionId: kept in the node's record unless null
+    ///   sessionId: kept in the node's record, unless it or spec is null
     ///   spec: the text, in and out, and which list is meant: 1 when the first selector is
     ///     non-zero, else 0; with both selectors zero the text becomes null. The text that comes in
     ///     is never written to or freed; the one that comes out is a new buffer for the framework,
@@ -252,30 +252,30 @@ class KZFI_PDK_API CFiPluginBase : public virtual CFiRefCount, public virtual CF
     virtual int quiesce(kfi_quiescenode** nodes, int count, char* sessionId);
 
     /// Lets write again what quiesce stopped.
-    ///   nodes: as for quiesce
+    ///   nodes: what quiesce was given, a list
     /// Default: does nothing.
     virtual void unquiesce(kfi_quiescenode** nodes, int count);
 
-    /// Takes the snapshots.
+    /// Takes the snapshots that prepare got ready for.
     ///   *made: the snapshots, a list
     ///   *madeCount: number of entries of *made
     /// Default: KZFI_ERR_NOT_IMPLEMENTED.
     virtual int make(char* sessionId, kfi_splitnode** nodes, int count, kzfi_objid*** made,
                      int* madeCount);
 
-    /// The session form of make. Default: KZFI_ERR_NOT_IMPLEMENTED.
+    /// Takes a session's snapshots: the session form of make. Default: KZFI_ERR_NOT_IMPLEMENTED.
     virtual int makeSnapshots(CFiSessionPtr& session);
 
-    /// Gets ready to take the snapshots. Default: KZFI_ERR_NOT_IMPLEMENTED.
+    /// Gets ready to take the snapshots, after select. Default: KZFI_ERR_NOT_IMPLEMENTED.
     virtual int prepare(char* sessionId, kfi_splitnode** nodes, int count, int options);
 
-    /// The session form of prepare. Default: does nothing.
+    /// Gets ready for a session's snapshots: the session form of prepare. Default: does nothing.
     virtual int prepareSnapshots(CFiSessionPtr& session);
 
-    /// Chooses where the snapshots go. Default: KZFI_ERR_NOT_IMPLEMENTED.
+    /// Chooses where the snapshots go, before prepare. Default: KZFI_ERR_NOT_IMPLEMENTED.
     virtual int select(char* sessionId, kfi_splitnode** nodes, int count);
 
-    /// The session form of select. Default: does nothing.
+    /// Chooses where a session's snapshots go: the session form of select. Default: does nothing.
     virtual int selectSnapshots(CFiSessionPtr& session);
 
     /// Asks whether the snapshots are ready; the nodes' flags tell (KZFI_NODE_READY). Default: does
@@ -285,10 +285,10 @@ class KZFI_PDK_API CFiPluginBase : public virtual CFiRefCount, public virtual CF
     /// Switches a node's cache off. Default: does nothing.
     virtual int cacheDisable(kfi_domain* node, int options);
 
-    /// Switches it on again; answers no status, on purpose. Default: does nothing.
+    /// Switches a node's cache on again; answers no status, on purpose. Default: does nothing.
     virtual void cacheEnable(kfi_domain* node, int options);
 
-    /// Has it written back; answers no status, on purpose. Default: does nothing.
+    /// Has a node's cache written back; answers no status, on purpose. Default: does nothing.
     virtual void cacheFlush(kfi_domain* node, int options);
 
     /// Asks whether the provider puts a node of its own above this one.
@@ -313,19 +313,19 @@ class KZFI_PDK_API CFiPluginBase : public virtual CFiRefCount, public virtual CF
     /// Default: *list = null; *count stays.
     virtual int enumerateNodes(kfi_node_list** list, int* count, int options, char* filter);
 
-    /// The same for associations. Answers KZFI_ERR_INVALID for a null list. Default: *list = null.
+    /// Asks for all associations. Answers KZFI_ERR_INVALID for a null list. Default: *list = null.
     virtual int enumerateAssociations(kfi_assoc_list** list);
 
-    /// The same for group nodes. Answers KZFI_ERR_INVALID for a null list. Default: *list = null.
+    /// Asks for all group nodes. Answers KZFI_ERR_INVALID for a null list. Default: *list = null.
     virtual int enumerateGroupNodes(kfi_group_node_list** list);
 
-    /// The same for frozen-image methods. Answers 0 even for a null list, on purpose. Default:
-    /// *list = null.
+    /// Asks for all frozen-image methods. Default: *list = null; KZFI_OK even for a null list, on
+    /// purpose.
     virtual int enumerateFims(kfi_fim_list** list);
 
     /// Asks whether an association is possible.
     ///   association: the one asked about
-    ///   *valid: whether it is
+    ///   *valid: whether it is possible
     /// Default: KZFI_ERR_NOT_IMPLEMENTED, *valid untouched.
     virtual int isValidNodeAssociation(kfi_assoc* association, int* valid);
 
@@ -382,12 +382,12 @@ class KZFI_PDK_API CFiPluginBase : public virtual CFiRefCount, public virtual CF
     virtual int enableAccess(kfi_node_subobj_list* list, long options, int first, int second);
 
     /// Forbids access to sub-objects.
-    ///   list: as for enableAccess
+    ///   list: the sub-objects; an element without one is skipped
     /// Answers KZFI_ERR_INVALID for a null list. Default: sets KZFI_NODE_ACCESS_DISABLED in each.
     virtual int disableAccess(kfi_node_subobj_list* list, long options);
 
     /// Copies snapshots back over their originals.
-    ///   options: a text
+    ///   options: a text of the framework's own
     ///   *status: how each restore went, an array of count
     /// Default: KZFI_ERR_NOT_IMPLEMENTED.
     virtual int restore(kzfi_objid** primaries, kzfi_objid** snapshots, long count, char* sessionId,
@@ -395,7 +395,7 @@ class KZFI_PDK_API CFiPluginBase : public virtual CFiRefCount, public virtual CF
                         long* status);
 
     /// Brings snapshots up to date again.
-    ///   options: a text
+    ///   options: a text of the framework's own
     ///   *status: how each went, an array of count
     /// Default: does nothing.
     virtual int resync(kzfi_objid** primaries, kzfi_objid** snapshots, long count, char* sessionId,
@@ -410,7 +410,7 @@ class KZFI_PDK_API CFiPluginBase : public virtual CFiRefCount, public virtual CF
     /// Before any prepare. Default: does nothing.
     virtual int prePrepare(kfi_domain* node);
 
-    /// Asks which devices could be snapshots of one.
+    /// Asks which devices could be snapshots of the primary.
     ///   primary: its name
     /// Default: *count = 0 unless count is null; *list stays.
     virtual int queryValidSecondaries(char* primary, kzfi_objid*** list, long* count);
@@ -431,7 +431,7 @@ class KZFI_PDK_API CFiPluginBase : public virtual CFiRefCount, public virtual CF
     virtual int verifyQSCombos(kfi_splitnode** nodes, int count);
 
     /// Tells where snapshots will be imported.
-    ///   hosts: the hosts
+    ///   hosts: the hosts, a list linked by next
     ///   transportable: any non-zero number says that the snapshots are
     ///   options: a record of the framework's own
     /// Default: for each node that has a record, appends hosts to its host list and keeps whether
@@ -447,7 +447,7 @@ class KZFI_PDK_API CFiPluginBase : public virtual CFiRefCount, public virtual CF
 
     /// Asks for names of resources as another host knows them.
     ///   names: the names, a list
-    ///   *translated: theirs there, an array of count
+    ///   *translated: their names there, an array of count
     /// Default: does nothing.
     virtual int translateResourceNames(char** names, int count, char** translated);
 
@@ -456,7 +456,7 @@ class KZFI_PDK_API CFiPluginBase : public virtual CFiRefCount, public virtual CF
 
     /// Makes the device of a resource accessible.
     ///   request: bits of kzfi_import_request
-    ///   options: a text
+    ///   options: a text of the framework's own
     /// Default: does nothing.
     virtual int importResource(char** resources, char* udid, char* hostname, char* sessionId,
                                int request, char** results, char* options);
@@ -479,7 +479,7 @@ class KZFI_PDK_API CFiPluginBase : public virtual CFiRefCount, public virtual CF
 
     /// Takes the device of a resource away again.
     ///   request: bits of kzfi_deport_request
-    ///   options: a text
+    ///   options: a text of the framework's own
     /// Default: does nothing.
     virtual int deportResource(char* udid, char* hostname, char* sessionId, char* options,
                                int request);
@@ -494,7 +494,7 @@ class KZFI_PDK_API CFiPluginBase : public virtual CFiRefCount, public virtual CF
     virtual int unformat(char** resources, int count, int options);
 
     /// Before deportResource.
-    ///   resource: its name
+    ///   resource: the resource's name
     /// Default: does nothing.
     virtual int preDeportResource(char* resource, int options, char* hostname);
 
@@ -553,11 +553,11 @@ class KZFI_PDK_API CFiPluginBase : public virtual CFiRefCount, public virtual CF
     /// Default: does nothing.
     virtual int preselect(kfi_splitnode* node, char* sessionId, kfi_splitnode** nodes, int count);
 
-    /// The session form of updateSnapshotId. Default: does nothing.
+    /// Updates identifiers: the session form of updateSnapshotId. Default: does nothing.
     virtual int updateSnapshotHandle(CFiSessionPtr& session, kfi_snapreplica_ele* replica);
 
     /// Asks what differs between two snapshots of a node.
-    ///   older, newer: the two
+    ///   older, newer: the records of the two
     ///   differences: the record to fill
     /// Default: does nothing.
     virtual int getSnapdiff(kfi_domain* node, kfi_snapreplica_ele* older,

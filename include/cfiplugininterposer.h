@@ -90,15 +90,15 @@ class KZFI_PDK_API CFiPluginInterposer : public CFiPluginBase {
     int importTreeNode(kfi_domain* node, kzfi_objid** primaries, kzfi_objid** secondaries,
                        int count, kzfi_objid** out) override;
 
-    /// Remembers group nodes, gives the node its display name and type, lists its methods as
-    /// associations and has its record made. A group node that is known already is left alone.
-    /// Returns KZFI_OK, or KZFI_ERR_FAILED after an exception.
+    /// Remembers group nodes, gives the node its display name and type, lists its methods as its
+    /// associations, whose old list is not freed, and has its record made. A group node that is
+    /// known already is left alone. Returns KZFI_OK, or KZFI_ERR_FAILED after an exception.
     int initNode(kfi_domain* domain, kfi_domain** parents, int parentCount,
                  kzfi_objid* obj) override;
 
-    /// Has the target's record made and adds the default type to its type. Presents the target
-    /// through importNode when skipImport is false and the node has a record with intent 0 that is
-    /// not transportable. Returns the hook's result, else 0; KZFI_ERR_INVALID without target.
+    /// Has the target's record made, clears its lists and adds the default type. Presents it by
+    /// importNode when skipImport is false and the node has a record with intent 0 that is not
+    /// transportable. Returns the hook's result, else 0; KZFI_ERR_INVALID without target.
     int initAltNode(kfi_domain* node, kfi_domain* parent, kfi_domain* target,
                     bool skipImport) override;
 

@@ -29,8 +29,8 @@ class CFiSaxParseHandler;
 ///     parser.parse(text);
 ///     use(handler.getList()); // throws what was wrong with the text
 ///
-/// What comes from outside is not trusted: external entities and DTDs are refused, and a document
-/// that unfolds to far more than its own size is refused too, both as a fatal error to the handler.
+/// What comes from outside is not trusted: external entities and external DTDs are refused, and so
+/// is a document that unfolds to far more than its own size: each a fatal error to the handler.
 ///
 /// Threads: parsers may be made, used and destroyed on several threads at once, each on one.
 /// Ownership: the handler stays the caller's and must outlive the parser or be taken off.
