@@ -115,11 +115,11 @@ class Creation {
     }
 
     void folder(const fs::path& path) {
-        if (path.empty() || fs::is_directory(path)) {
+        std::error_code problem;
+        if (path.empty() || fs::is_directory(path, problem)) {
             return;
         }
         folder(path.parent_path());
-        std::error_code problem;
         if (fs::create_directory(path, problem)) {
             made.push_back(path);
         } else if (problem) {
@@ -195,8 +195,11 @@ std::vector<ProjectFile> projectFiles(const std::string& name, ProjectKind kind)
 }
 
 void writeProject(const std::string& folder, const std::vector<ProjectFile>& files) {
-    const fs::path root = fs::absolute(folder).lexically_normal();
     std::error_code problem;
+    const fs::path root = fs::absolute(folder, problem).lexically_normal();
+    if (problem) {
+        refuse("cannot make the project in", folder, problem.message());
+    }
     if (fs::exists(root, problem) && !fs::is_directory(root, problem)) {
         refuse("cannot make the project in", root, "it is no folder");
     }

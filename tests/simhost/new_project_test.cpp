@@ -4,7 +4,9 @@
 
 #include <gmock/gmock.h>
 
+#include <linux/capability.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -13,6 +15,7 @@
 #include <set>
 
 #include "command.h"
+#include "scenario.h"
 
 namespace {
 
@@ -265,6 +268,68 @@ TEST_F(NewCommandTest, WhatIsNoFolderIsRefused) {
     fs::create_symlink(path("nowhere"), path("link"));
     EXPECT_EQ(make("acme", "link").status, 2);
     EXPECT_FALSE(fs::exists(path("nowhere")));
+}
+
+/// Keeps to the permissions of files, as root need not, for a while.
+class HeldByPermissions {
+  public:
+    HeldByPermissions() {
+        EXPECT_EQ(syscall(SYS_capget, &header, before), 0);
+        __user_cap_data_struct now[2] = {before[0], before[1]};
+        now[0].effective &= ~(1U << CAP_DAC_OVERRIDE | 1U << CAP_DAC_READ_SEARCH);
+        EXPECT_EQ(syscall(SYS_capset, &header, now), 0);
+    }
+    HeldByPermissions(const HeldByPermissions&) = delete;
+    HeldByPermissions& operator=(const HeldByPermissions&) = delete;
+    ~HeldByPermissions() { EXPECT_EQ(syscall(SYS_capset, &header, before), 0); }
+
+  private:
+    __user_cap_header_struct header = {_LINUX_CAPABILITY_VERSION_3, 0};
+    __user_cap_data_struct before[2] = {};
+};
+
+/// What writing a project there is refused with.
+std::string refusalOf(const std::string& folder) {
+    const HeldByPermissions held;
+    try {
+        writeProject(folder, projectFiles("acme", ProjectKind::PROVIDER));
+    } catch (const kzfi_simhost::CannotRun& refusal) {
+        return refusal.what();
+    }
+    return "written";
+}
+
+TEST_F(NewCommandTest, AFolderThatMustNotBeWrittenIsRefused) {
+    fs::create_directory(path("locked"));
+    fs::permissions(path("locked"), fs::perms(0555));
+    EXPECT_EQ(refusalOf(path("locked")),
+              "cannot write " + path("locked/.gitignore") + ": Permission denied");
+    EXPECT_EQ(refusalOf(path("locked/p")),
+              "cannot make the folder " + path("locked/p") + ": Permission denied");
+    fs::permissions(path("locked"), fs::perms::none);
+    EXPECT_EQ(refusalOf(path("locked")),
+              "cannot make the project in " + path("locked") + ": Permission denied");
+    EXPECT_EQ(refusalOf(path("locked/p")),
+              "cannot make the folder " + path("locked/p") + ": Permission denied");
+    fs::permissions(path("locked"), fs::perms::owner_all);
+    EXPECT_THAT(entriesOf(path("locked")), IsEmpty());
+}
+
+TEST_F(NewCommandTest, AFolderThatCannotBeIsRefused) {
+    const std::string refusal = "kzfi-simhost: cannot make the folder ";
+    const std::string tooLong(300, 'a');
+    EXPECT_EQ(make("acme", tooLong).err, refusal + path(tooLong) + ": File name too long\n");
+    fs::create_symlink("loop", path("loop"));
+    EXPECT_EQ(make("acme", "loop").err, refusal + path("loop") + ": File exists\n");
+    const fs::path before = fs::current_path();
+    fs::create_directory(path("gone"));
+    fs::current_path(path("gone"));
+    fs::remove(path("gone"));
+    const CommandResult result = simhost({"new", "acme"});
+    fs::current_path(before);
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.err, "kzfi-simhost: cannot make the project in acme: "
+                          "No such file or directory\n");
 }
 
 TEST_F(NewCommandTest, WhatCannotBeFinishedLeavesNothing) {
