@@ -133,24 +133,27 @@ TEST_F(Example, SerializedMessage) {
     EXPECT_EQ(example("serialized-message").size(), info->length);
 }
 
+/// Keeps the plain texts that are pushed to an error manager.
+class TextKeeper : public CFiErrorHandlerBase {
+  public:
+    void handleMessage(CFiMessagePtr) override {}
+    void handleText(const char* text, kfi_eseverity severity) override {
+        kept.emplace_back(text, severity);
+    }
+    std::vector<std::pair<std::string, kfi_eseverity>> kept;
+};
+
 TEST_F(Example, CallbackMessage) {
-    class Keeper : public CFiErrorHandlerBase {
-      public:
-        void handleMessage(CFiMessagePtr) override {}
-        void handleText(const char* text, kfi_eseverity severity) override {
-            kept = {text, severity};
-        }
-        std::pair<std::string, kfi_eseverity> kept;
-    };
     using namespace Orvanta::Stoneleaf::Scf;
-    Keeper keeper;
+    TextKeeper keeper;
     CFiErrorManager manager;
     manager.registerHandler(&keeper);
     AutoDereference<StatusMsg> message(new StatusMsg);
     message->setCode(7);
     message->setText("a b");
     manager.reportStatusMsg(message, "vol1");
-    EXPECT_EQ(keeper.kept, std::make_pair(line("callback-message"), kfi_eseverity{5}));
+    EXPECT_THAT(keeper.kept,
+                ElementsAre(std::make_pair(line("callback-message"), kfi_eseverity{5})));
 }
 
 TEST_F(Example, NodeState) {
@@ -167,9 +170,9 @@ TEST_F(Example, NodeState) {
 
 /// The digits of time, process and thread are another run's.
 std::string masked(const std::string& lines) {
-    static const std::regex head("\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{6} "
-                                 "<Pid - \\d+ / Thread id - \\d+> ");
-    return std::regex_replace(lines, head, "HEAD ");
+    static const std::regex time("\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{6}");
+    static const std::regex id("(Pid|Thread id) - \\d+");
+    return std::regex_replace(std::regex_replace(lines, time, "TIME"), id, "$1 - N");
 }
 
 TEST_F(Example, TraceLine) {
@@ -185,6 +188,45 @@ TEST_F(Example, TraceLine) {
     const std::string written = readFile(file->path());
     EXPECT_EQ(masked(example("trace-line")), masked(written));
     EXPECT_EQ(written.find("<Pid - " + std::to_string(getpid()) + " / "), 27u);
+}
+
+TEST_F(Example, TraceHandlerLine) {
+    static std::string got;
+    CFiTraceLog log;
+    log.registerLogHandler([](const char* text, int) { got = text; }, 1);
+    log.trace(1, "ERROR: %s", "no room");
+    EXPECT_EQ(masked(line("trace-handler-line")), masked(got));
+}
+
+TEST_F(Example, TraceCopy) {
+    TextKeeper keeper;
+    const CFiErrorManagerPtr manager(new CFiErrorManager);
+    manager->registerHandler(&keeper);
+    CFiTraceLog log;
+    log.setErrorManager(manager);
+    const std::string folder = root.path("trace/");
+    std::filesystem::create_directory(folder);
+    log.initialize("hello", folder.c_str(), "hello.log", 1, false);
+    for (int level = 1; level <= 9; ++level) {
+        log.trace(level, "ERROR: no room");
+    }
+    const std::vector<kfi_eseverity> severities = {3, 2, 1, 4, 4, 4, 6, 7, 4};
+    ASSERT_EQ(keeper.kept.size(), severities.size());
+    for (std::size_t i = 0; i < severities.size(); ++i) {
+        const bool bare = i + 1 == 7 || i + 1 == 8;
+        EXPECT_EQ(bare ? "ERROR: no room\n" : masked(example("trace-copy")),
+                  masked(keeper.kept[i].first));
+        EXPECT_EQ(keeper.kept[i].second, severities[i]) << i + 1;
+    }
+}
+
+TEST_F(Example, MainFile) {
+    writeFile(root.path("kw.conf"), example("main-file"));
+    tstring folder = (root.path() + "/").c_str();
+    tstring file = "kw.conf";
+    int level = 0;
+    EXPECT_EQ(CFiTraceLog::getKwfisTraceLevel(folder, file, level), 0);
+    EXPECT_EQ(level, 9);
 }
 
 TEST_F(Example, RegistryFile) {
@@ -209,6 +251,49 @@ TEST_F(Example, RegistryFile) {
     ASSERT_EQ(written.exportConfig(), 0);
     EXPECT_THAT(sortedLines(readFile(folder + "other.conf")),
                 ElementsAreArray(sortedLines(example("registry-file"))));
+}
+
+/// What the page says of a registry file's other lines: whether the import gives 0, and the number
+/// "Z" that is held then.
+TEST(RegistryFile, IsReadAsThePageSays) {
+    struct Row {
+        std::string text;
+        bool read;
+        int held;
+    };
+    const std::string number = "\"Z\"=dword:00000007\n";
+    const std::string name(255, 'n');
+    const Row rows[] = {
+        {"[S]\r\n\"Z\"=dword:00000007\r\n", true, 7},
+        {"\n[S]\n\n; a remark\nnonsense\n\"T\"=word:1\n" + number, true, 7},
+        {"[S]\n" + number + "\"Z\"=dword:000000ff\n", true, 255},
+        {"[S]\n  " + number, true, -1},
+        {"[S]\n\"Z\"=dword:00000007", true, -1},
+        {"[S]\n\"" + name + "\"=dword:00000001\n" + number, true, 7},
+        {"[S]\n\"" + name + "n\"=dword:00000001\n" + number, false, -1},
+        {"[" + name + "]\n[S]\n" + number, true, 7},
+        {"[" + name + "n]\n[S]\n" + number, false, -1},
+        {"\"T\"=\"t\"\n[S]\n" + number, false, -1},
+        {"[S\n" + number, false, -1},
+        {"[S]\n" + number + "[s]\n", false, 7},
+    };
+    const TempDir folder;
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.text);
+        writeFile(folder.path("x.conf"), row.text);
+        CFiConfiguration configuration;
+        const int status = configuration.importConfig((folder.path() + "/").c_str(), "x.conf");
+        EXPECT_EQ(status == 0, row.read) << status;
+        unsigned int held = 0;
+        const bool found = configuration.getIntegerValue("S", "Z", held) == 0;
+        EXPECT_EQ(found ? static_cast<int>(held) : -1, row.held);
+    }
+    writeFile(folder.path("x.conf"), "[S]\n\"T\"=\"a\"b\"\n");
+    CFiConfiguration configuration;
+    configuration.importConfig((folder.path() + "/").c_str(), "x.conf");
+    tstring text;
+    EXPECT_EQ(configuration.getStringValue("S", "T", text), 0);
+    EXPECT_STREQ(text.c_str(), "a\"b");
 }
 
 TEST_F(Example, CredentialsText) {
