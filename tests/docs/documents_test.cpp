@@ -6,7 +6,9 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <iterator>
 #include <map>
+#include <regex>
 #include <set>
 #include <sstream>
 
@@ -16,6 +18,7 @@ namespace {
 
 using namespace kzfi_tests;
 using testing::Contains;
+using testing::HasSubstr;
 using testing::IsEmpty;
 
 /// Words and the languages that they may stand with.
@@ -108,6 +111,40 @@ TEST(Documents, AreThere) {
     for (const char* name : {"README.md", "CHANGELOG.md", "CONTRIBUTING.md", "SECURITY.md",
                              "docs/formats.md", "docs/scenario.md"}) {
         EXPECT_THAT(documents(), Contains(name));
+    }
+}
+
+// Beside the commands there are only the parts that they share.
+TEST(Documents, TellOfEachScript) {
+    std::string table;
+    for (const std::string& line : proseOf("README.md")) {
+        table += line.rfind("| `", 0) == 0 ? line : "";
+    }
+    std::set<std::string> told;
+    const std::regex command("`(script/\\w+)");
+    for (std::sregex_iterator at(table.begin(), table.end(), command), end; at != end; ++at) {
+        told.insert((*at)[1]);
+    }
+    std::set<std::string> scripts;
+    for (const auto& entry : std::filesystem::directory_iterator(inTree("script"))) {
+        if (access(entry.path().c_str(), X_OK) == 0) {
+            scripts.insert("script/" + entry.path().filename().string());
+        }
+    }
+    EXPECT_GE(scripts.size(), 8u);
+    EXPECT_EQ(told, scripts);
+    EXPECT_THAT(table, HasSubstr("`.ci/run`"));
+}
+
+// What a change must pass is said where it is promised.
+TEST(Documents, TellOfEachStageOfCi) {
+    const std::string ci = readFile(inTree(".ci/run"));
+    const std::string security = readFile(inTree("SECURITY.md"));
+    const std::regex stage("\nrun (script/[^\n]+)");
+    std::sregex_iterator at(ci.begin(), ci.end(), stage);
+    EXPECT_GE(std::distance(at, std::sregex_iterator()), 5);
+    for (; at != std::sregex_iterator(); ++at) {
+        EXPECT_THAT(security, HasSubstr("`" + (*at)[1].str() + "`"));
     }
 }
 
