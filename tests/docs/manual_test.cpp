@@ -1,6 +1,7 @@
 // The manual page, beside what the command says of itself.
 #include <gmock/gmock.h>
 
+#include <map>
 #include <regex>
 #include <set>
 
@@ -69,6 +70,28 @@ TEST_F(Manual, TellsOfEachOptionAndNoOther) {
             }
         }
         EXPECT_EQ(shown, options) << subcommand;
+    }
+}
+
+// The documents show how a subcommand is called in blocks that begin with its name.
+TEST_F(Manual, DocumentsTellOfTheSameOptions) {
+    std::map<std::string, std::set<std::string>> told;
+    const std::regex call("kzfi-simhost ([a-z]+)((.*\n?( +\\[.*\n)*))");
+    for (const std::string& document : documents()) {
+        for (const Block& block : blocksOf(document)) {
+            if (block.language != "text" || block.text.rfind("kzfi-simhost ", 0) != 0) {
+                continue;
+            }
+            const std::string& text = block.text;
+            for (std::sregex_iterator at(text.begin(), text.end(), call), end; at != end; ++at) {
+                const std::vector<std::string> options = found((*at)[2], "--([a-z-]+)");
+                told[(*at)[1]].insert(options.begin(), options.end());
+            }
+        }
+    }
+    EXPECT_GE(told.size(), 5u);
+    for (const auto& [subcommand, options] : told) {
+        EXPECT_EQ(options, sorted(found(helpOf(subcommand), "\n  --([a-z][a-z-]*)"))) << subcommand;
     }
 }
 
