@@ -47,7 +47,7 @@ __attribute__((format(scanf, 2, 3))) static inline int K_sscanf(const char* text
 static inline char* K_strlncpy(char* target, const char* source, size_t size) {
     if (size > 0) {
         const char* const end = (const char*)memchr(source, '\0', size - 1);
-        const size_t length = end != NULL ? (size_t)(end - source) : size - 1;
+        const size_t length = end ? (size_t)(end - source) : size - 1;
         memcpy(target, source, length);
         target[length] = '\0';
     }

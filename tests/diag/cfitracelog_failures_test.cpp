@@ -12,7 +12,6 @@
 namespace {
 
 namespace fs = std::filesystem;
-using kzfi_pdk_4_4::CFiTraceLog;
 using kzfi_tests::Call;
 using kzfi_tests::Failing;
 using kzfi_tests::Printed;
@@ -21,7 +20,6 @@ using kzfi_tests::SmallDisk;
 using kzfi_tests::withoutPrivileges;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 
 class TraceLogFailures : public kzfi_tests::TraceFixture {
   protected:

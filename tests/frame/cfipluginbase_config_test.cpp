@@ -18,7 +18,6 @@ using kzfi_tests::RecordingFactory;
 using kzfi_tests::TraceCapture;
 using kzfi_tests::TracedLine;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
 
 constexpr int GET = 1;

@@ -17,7 +17,6 @@ using kzfi_tests::TraceCapture;
 using kzfi_tests::TracedLine;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::StartsWith;
 
 /// Writes down what the hook is asked: "name [hosts] transportable variant deport caller".
 class Hooked : public CFiPluginInterposer {

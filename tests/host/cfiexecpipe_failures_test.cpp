@@ -307,7 +307,7 @@ TEST_F(ExecFailures, Kill) {
     const Lines lines = trace.lines();
     ASSERT_THAT(lines, SizeIs(4));
     const std::string opening = "CFiExecPipePosix::WaitPid ERROR: kill(";
-    const std::string pid = std::to_string(std::atoi(lines[0].text.c_str() + opening.size()));
+    const std::string pid = std::to_string(std::stoi(lines[0].text.substr(opening.size())));
     EXPECT_EQ(lines[0], (TracedLine{1, opening + pid + ", SIGTERM) failed, errno 1"}));
     EXPECT_EQ(lines[1], (TracedLine{1, opening + pid + ", SIGKILL) failed, errno 1"}));
     EXPECT_EQ(lines[2],

@@ -26,7 +26,6 @@ using kzfi_tests::SmallDisk;
 using kzfi_tests::TempDir;
 using kzfi_tests::withoutPrivileges;
 using kzfi_tests::writeFile;
-using testing::ElementsAre;
 using testing::IsEmpty;
 
 constexpr int FAILED = 26;

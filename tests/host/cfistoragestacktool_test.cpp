@@ -40,9 +40,7 @@ TEST(DiskName, TakesControllerTargetDisk) {
 
 TEST(DiskName, TakesAnythingBetweenTargetAndDisk) {
     expectAll(true, Tool::isCTDDiskFormat,
-              {"c0tttd2", "c0t d22", "c0tdddd2", "c0t1s2d3",
-               "c0t/-\xFF"
-               "d0",
+              {"c0tttd2", "c0t d22", "c0tdddd2", "c0t1s2d3", std::string("c0t/-\xFF") + "d0",
                "c000td0", std::string("c0t\0d1", 6)});
 }
 

@@ -29,7 +29,7 @@ void remember(const void* buffer, size_t taken, size_t givenBack, void* context)
 
 char* hostText(const std::string& text) {
     char* const buffer = static_cast<char*>(kzfi_alloc_buf(text.size()));
-    std::memcpy(buffer, text.data(), text.size());
+    text.copy(buffer, text.size());
     return buffer;
 }
 

@@ -28,7 +28,6 @@ using kzfi_tests::diesSoon;
 using kzfi_tests::isAlive;
 using kzfi_tests::readFile;
 using testing::ElementsAre;
-using testing::HasSubstr;
 
 class ChildRunTest : public testing::Test {
   protected:

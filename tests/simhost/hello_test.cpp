@@ -11,10 +11,7 @@ namespace {
 using kzfi_simhost::Json;
 using kzfi_tests::CommandResult;
 using kzfi_tests::readFile;
-using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::MatchesRegex;
-using testing::Not;
 
 class HelloTest : public testing::Test {
   protected:

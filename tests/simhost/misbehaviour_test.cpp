@@ -10,9 +10,7 @@ namespace {
 using kzfi_simhost::Json;
 using kzfi_tests::CommandResult;
 using kzfi_tests::readFile;
-using testing::AllOf;
 using testing::AnyOf;
-using testing::Contains;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;

@@ -35,7 +35,7 @@ class SmallDisk {
     void fill() const { writeFile(path("filler"), std::string(SIZE, '#')); }
     void makeRoom() const { unlink(path("filler").c_str()); }
 
-    static constexpr std::size_t SIZE = 64 * 1024;
+    static constexpr std::size_t SIZE = std::size_t{64} * 1024;
 
   private:
     TempDir folder;

@@ -271,7 +271,8 @@ TEST(MessageDigest5, IsAValue) {
 }
 
 TEST(MessageDigest5, HoldsWhatItsMembersNeed) {
-    constexpr std::size_t members = 64 + 6 * sizeof(unsigned long) + 16 + 33 + 1 + 2 * 66;
+    constexpr std::size_t members =
+        64 + 6 * sizeof(unsigned long) + 16 + 33 + 1 + std::size_t{2} * 66;
     constexpr std::size_t unit = alignof(unsigned long);
     EXPECT_EQ((members + unit - 1) / unit * unit, sizeof(CFiMessageDigest5));
 }
