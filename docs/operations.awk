@@ -154,6 +154,7 @@ function rulesOf(page,    i, family) {
         if ((" " about[family] " ") ~ (" " operation " ") || \
             (" " rule[i] " ") ~ ("[^A-Za-z]" operation "[^A-Za-z]")) {
             print "\n- `" ruleName[i] "`: " plain(rule[i]) > page
+            shown[i] = 1
         }
     }
 }
@@ -291,10 +292,13 @@ END {
     for (i = 1; i <= count; ++i) {
         print "| " i " | [" order[i] "](" order[i] ".md) | " plain(summary[order[i]]) " |" > index_
     }
-    print "\n## Who owns what\n\n" plain(ownership) > index_
+    sub(/^Ownership: /, "", ownership)
+    print "\n## Who owns what\n\n" plain(capital(ownership)) > index_
     print "\n## What the checker expects of all\n" > index_
     for (i = 1; i <= ruleCount; ++i) {
-        if (ruleName[i] ~ /^(operations|threads|walk|watch)\.|^life\.(before|after)_/) {
+        # And what no page tells, but for what comes before any operation.
+        if (ruleName[i] ~ /^(operations|watch)\.|^life\.(before|after)_/ || \
+            (!(i in shown) && ruleName[i] !~ /^load\./)) {
             print "- `" ruleName[i] "`: " plain(rule[i]) > index_
         }
     }

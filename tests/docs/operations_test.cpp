@@ -125,16 +125,23 @@ TEST(MadeDocuments, HaveAPageOfEachOperation) {
     workshop.run("! grep -iE 'error|warning' said", "script/docs");
     Defaults defaults;
     int pages = 0;
+    std::string all = readFile(out + "/operations/README.md");
     for (const kzfi_simhost::Operation& operation : kzfi_simhost::operations()) {
         if (operation.call != nullptr) {
             const std::string page = readFile(out + "/operations/" + operation.name + ".md");
             expectPage(operation.name, page);
+            all += page;
             SCOPED_TRACE(operation.name);
             expectDefault(page, defaults.answerOf(operation));
             ++pages;
         }
     }
     EXPECT_EQ(pages, 82);
+    std::istringstream rules(readFile(out + "/rules.txt"));
+    for (std::string rule, text; rules >> rule && std::getline(rules, text);) {
+        EXPECT_TRUE(rule.rfind("load.", 0) == 0 || all.find("- `" + rule + "`: ") != all.npos)
+            << rule;
+    }
     EXPECT_THAT(readFile(out + "/html/index.html"), HasSubstr("<html"));
 }
 
