@@ -1,13 +1,13 @@
 #include "live_stage.h"
 
 #include <glob.h>
-#include <sys/ioctl.h>
 #include <sys/stat.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
 
+#include "terminal.h"
 #include "text_tools.h"
 
 namespace kzfi_simhost {
@@ -16,7 +16,6 @@ namespace {
 namespace fs = std::filesystem;
 
 const double QUIET_SECONDS = 0.5;
-const std::size_t USUAL_COLUMNS = 80;
 const char* const LEAD = "  running  ";
 
 /// A path as a pattern that matches it alone.
@@ -83,9 +82,7 @@ LiveStage::~LiveStage() {
 }
 
 std::size_t LiveStage::columns() const {
-    winsize size = {};
-    const bool known = ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-    return (known ? size.ws_col : USUAL_COLUMNS) - 1;
+    return terminalColumns(descriptor) - 1;
 }
 
 std::string LiveStage::stateOf(const Stage& stage, double seconds) const {

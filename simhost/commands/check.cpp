@@ -1,4 +1,3 @@
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -10,6 +9,7 @@
 #include "../check/report.h"
 #include "../host_root.h"
 #include "../report.h"
+#include "../terminal.h"
 #include "commands.h"
 
 namespace kzfi_simhost {
@@ -28,13 +28,6 @@ struct Options {
     bool list = false;
 };
 
-/// The columns of the terminal behind the descriptor; 0 when there is none.
-std::size_t columnsOf(int descriptor) {
-    winsize size = {};
-    const bool known = ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-    return isatty(descriptor) == 0 ? 0 : known ? size.ws_col : 80;
-}
-
 Scenario configurationFor(const Options& options) {
     if (options.provider.empty()) {
         throw CannotRun("check: no provider is named");
@@ -52,7 +45,8 @@ Scenario configurationFor(const Options& options) {
 CheckReport runAll(const Options& options, const std::vector<const Check*>& selected) {
     const Scenario configuration = configurationFor(options);
     const HostRoot root(options.root);
-    CheckConsole console(std::cout, useColours(options.colour), columnsOf(STDOUT_FILENO));
+    const std::size_t columns = isatty(STDOUT_FILENO) != 0 ? terminalColumns(STDOUT_FILENO) : 0;
+    CheckConsole console(std::cout, useColours(options.colour), columns);
     CheckListener listener;
     listener.begin = [&](const Check& check, std::size_t index, std::size_t count) {
         console.begin(check, index, count);
