@@ -416,6 +416,9 @@ class DiskImageProvider : public CFiPluginBase {
     }
 
     int handOut(const std::vector<Copy>& copies, kzfi_objid*** made, int* madeCount) {
+        if (copies.empty()) {
+            return KZFI_OK; // A list without entries would be nobody's to give back.
+        }
         const std::size_t size = copies.size() * sizeof(kzfi_objid*);
         kzfi_objid** const list = static_cast<kzfi_objid**>(kzfi_alloc_buf(size));
         if (list == nullptr) {
