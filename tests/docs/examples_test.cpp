@@ -98,6 +98,23 @@ TEST_F(Example, ConfigDescriptions) {
     EXPECT_EQ(example("config-descriptions"), read.getXML());
 }
 
+// What the page says of all XML that is read.
+TEST(XmlInGeneral, IsReadAsThePageSays) {
+    const auto read = [](const std::string& head, const std::string& entries) {
+        CFiConfigParamDataList list;
+        const std::string text = head + "<ConfigValueList>" + entries + "</ConfigValueList>";
+        EXPECT_EQ(list.parse(text.c_str()), 0) << text;
+        return list.getParamData("k")->value;
+    };
+    const auto entry = [](const std::string& value) {
+        return "<ConfigValue><key>k</key><value>" + value + "</value></ConfigValue>";
+    };
+    EXPECT_EQ(read("", entry("\xC3\xA4")), "\xC3\xA4");
+    EXPECT_EQ(read("<?xml version='1.0' encoding='ISO-8859-1'?>", entry("\xE4")), "\xC3\xA4");
+    EXPECT_EQ(read("", entry("a") + entry("b")), "b");
+    EXPECT_EQ(read("<!-- who -->", " \n<other x='1'>?</other>\t" + entry("a")), "a");
+}
+
 TEST_F(Example, FormatOptions) {
     CFiFormatOptionList options;
     options.entries()["fmt"].key = "fmt";

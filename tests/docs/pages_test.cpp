@@ -12,8 +12,9 @@ namespace {
 using namespace kzfi_tests;
 namespace fs = std::filesystem;
 
-const std::string COMPILE = "g++ -std=c++17 -Wall -Wextra -Wpedantic -Wshadow -Werror -fPIC "
-                            "-fno-gnu-unique -fvisibility=hidden -I include ";
+const std::string FLAGS = " -std=c++17 -Wall -Wextra -Wpedantic -Wshadow -Werror -I include ";
+const std::string COMPILE = "g++ -fPIC -fno-gnu-unique -fvisibility=hidden" + FLAGS;
+const std::string CHECK = "clang++ -fsyntax-only" + FLAGS;
 
 std::vector<std::string> documentsWith(const std::vector<std::string>& words) {
     std::vector<std::string> found;
@@ -51,6 +52,7 @@ class Page : public testing::TestWithParam<std::string> {
             workshop.run(COMPILE + "-shared -o " + file.stem().string() + ".so " + file.string() +
                              " -L build/release/src -lkzfi_pdk",
                          placeOf(block));
+            workshop.run(CHECK + file.string(), placeOf(block));
         } else if (file.extension() == ".yaml") {
             scenarios.push_back(block);
         } else if (file.extension() == ".txt" && file.filename() != "CMakeLists.txt") {
@@ -116,6 +118,7 @@ TEST_P(PageWithBodies, CompilesThemAsFunctions) {
                               includes + "using namespace kzfi_pdk_4_4;\nvoid body();\n" +
                                   "void body() {\n" + block.text + "}\n");
         workshop.run(COMPILE + "-c -o body.o body.cpp", placeOf(block));
+        workshop.run(CHECK + "body.cpp", placeOf(block));
     }
 }
 
