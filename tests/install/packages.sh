@@ -21,6 +21,32 @@ check_binary() {
     return 0
 }
 
+# It does not show who packed it, and has no scripts; a library has ldconfig triggered.
+check_form() {
+    contents=$(dpkg-deb --contents "$1")
+    echo "$contents" | grep -vE '^(drwxr-xr-x|-rwxr-xr-x|-rw-r--r--|lrwxrwxrwx) root/root ' &&
+        fail "$1 has files with an owner or a mode of their own"
+    wanted="./ ./control ./md5sums "
+    if echo "$contents" | grep -q '^-.*\.so\.'; then
+        wanted="$wanted./shlibs ./triggers "
+        [ "$(dpkg-deb --info "$1" triggers)" = "activate-noawait ldconfig" ] ||
+            fail "$1 does not trigger ldconfig"
+    fi
+    control=$(dpkg-deb --ctrl-tarfile "$1" | tar -t | sort | tr '\n' ' ')
+    [ "$control" = "$wanted" ] || fail "$1 has other control files than expected: $control"
+}
+
+# The changes of its version, dated like the package.
+check_changelog() {
+    doc=$out/prefix/usr/share/doc/$(field Package "$1")
+    gunzip -c "$doc/changelog.gz" >"$out/changelog"
+    head -n 1 "$out/changelog" | grep -qF "kzfi-pdk ($(field Version "$1")) " ||
+        fail "$1 has the changelog of another version"
+    date=$(LC_ALL=C date --utc --rfc-email --date="@$(stat -c %Y "$doc/copyright")")
+    [ "$(tail -n 1 "$out/changelog")" = " -- $(field Maintainer "$1")  $date" ] ||
+        fail "$1 has a changelog of another date"
+}
+
 check_package() {
     package=$(field Package "$1")
     for name in Version Architecture Maintainer Section Priority Depends Description; do
@@ -41,7 +67,9 @@ made=$(for file in "$out"/*.deb; do field Package "$file"; done | sort | tr '\n'
 
 for file in "$out"/*.deb; do
     check_package "$file"
+    check_form "$file"
     dpkg-deb --extract "$file" "$out/prefix"
+    check_changelog "$file"
 done
 for file in "$out"/prefix/usr/bin/* $(find "$out/prefix" -type f -name '*.so.*'); do
     check_binary "$file"
