@@ -16,16 +16,21 @@
 
 function(kzfi_add_catalog target)
     cmake_parse_arguments(PARSE_ARGV 1 CATALOG "" "NAME;OUTPUT_DIR" "SOURCES")
-    if(NOT CATALOG_NAME OR NOT CATALOG_OUTPUT_DIR OR NOT CATALOG_SOURCES
-       OR CATALOG_UNPARSED_ARGUMENTS)
-        message(FATAL_ERROR "kzfi_add_catalog(<target> NAME <name> OUTPUT_DIR <dir> SOURCES <file>...)")
-    endif()
+    set(call "kzfi_add_catalog(${target})")
+    kzfi_refuse_arguments("${call}" "${CATALOG_UNPARSED_ARGUMENTS}")
+    foreach(argument IN ITEMS NAME OUTPUT_DIR SOURCES)
+        # A provider may be called "no".
+        if("${CATALOG_${argument}}" STREQUAL "")
+            message(FATAL_ERROR "${call}: ${argument} is missing")
+        endif()
+    endforeach()
     find_program(KZFI_GENRB genrb REQUIRED)
 
     set(folder "${CATALOG_OUTPUT_DIR}/lib${CATALOG_NAME}")
     set(bundles)
     foreach(source IN LISTS CATALOG_SOURCES)
         get_filename_component(source "${source}" ABSOLUTE)
+        kzfi_refuse_missing("${call}" "${source}")
         get_filename_component(locale "${source}" NAME_WE)
         add_custom_command(OUTPUT "${folder}/${locale}.res"
             COMMAND ${CMAKE_COMMAND} -E make_directory "${folder}"
@@ -42,4 +47,20 @@ function(kzfi_add_catalog target)
 
     add_custom_target(${target}_catalog_${CATALOG_NAME} DEPENDS ${bundles})
     add_dependencies(${target} ${target}_catalog_${CATALOG_NAME})
+endfunction()
+
+# kzfi_refuse_arguments(call arguments): ends the run if there are any.
+function(kzfi_refuse_arguments call arguments)
+    if(NOT arguments STREQUAL "")
+        list(JOIN arguments " " arguments)
+        message(FATAL_ERROR "${call}: unknown arguments: ${arguments}")
+    endif()
+endfunction()
+
+# kzfi_refuse_missing(call file): ends the run if there is no such file and none is to be made.
+function(kzfi_refuse_missing call file)
+    get_source_file_property(made "${file}" GENERATED)
+    if(NOT made AND (NOT EXISTS "${file}" OR IS_DIRECTORY "${file}"))
+        message(FATAL_ERROR "${call}: there is no file ${file}")
+    endif()
 endfunction()
