@@ -146,7 +146,7 @@ class KZFI_PDK_API CFiPluginBase : public virtual CFiRefCount, public virtual CF
     /// Last call before unloading. Default: does nothing.
     virtual void fini();
 
-    /// Asks whether the provider takes the object on.
+    /// Asks whether the provider takes an object on that the framework has come upon.
     ///   primary: the object asked about
     ///   *secondaries: the objects claimed, a list; may be null with *count 0
     /// Answers KZFI_CLAIM_NONE, or KZFI_CLAIM_SECONDARY with the list written. Default:
@@ -159,14 +159,14 @@ class KZFI_PDK_API CFiPluginBase : public virtual CFiRefCount, public virtual CF
     /// Answers 1 for yes, 0 for no. Default: 0, and 0 written there.
     virtual int supportsFiType(kfi_domain* domain, char* fiType);
 
-    /// Takes an imported tree away again. Default: does nothing.
+    /// Takes an imported tree away again, after its use. Default: does nothing.
     virtual int deportTree(kfi_domain* primary, kfi_domain* alternate, kfi_accessnode* access);
 
-    /// Makes a snapshot's node accessible on this host. Default: does nothing.
+    /// Makes a snapshot's node accessible on this host, for its use. Default: does nothing.
     virtual int importTreeNode(kfi_domain* node, kzfi_objid** primaries, kzfi_objid** secondaries,
                                int count, kzfi_objid** out);
 
-    /// The framework begins to use a node.
+    /// The framework begins to use a node, before any work on it.
     ///   parents: the nodes above it, a list of parentCount
     /// Default: does nothing.
     virtual int initNode(kfi_domain* domain, kfi_domain** parents, int parentCount,
@@ -194,7 +194,7 @@ class KZFI_PDK_API CFiPluginBase : public virtual CFiRefCount, public virtual CF
     ///                           globalConfigInfoList; null when empty.
     virtual int config(kfi_domain* node, int mode, char* sessionId, kfi_confspec* spec);
 
-    /// The framework begins to use the alternate of a node.
+    /// The framework begins to use the alternate of a node, what its snapshot is seen as.
     ///   target: the alternate
     ///   skipImport: it is not to be made accessible
     /// Default: does nothing.
@@ -218,11 +218,11 @@ class KZFI_PDK_API CFiPluginBase : public virtual CFiRefCount, public virtual CF
     /// names in it stay, on purpose) and has the node's record discarded.
     virtual void deInitNode(kfi_domain* node);
 
-    /// Gives a snapshot up. Default: does nothing.
+    /// Gives a snapshot up that is no longer wanted. Default: does nothing.
     virtual int dispose(kfi_domain* primary, kfi_domain* alternate, kfi_splitnode* split,
                         kfi_disposition disposition);
 
-    /// Brings a snapshot online. Default: does nothing.
+    /// Brings a snapshot online, for its use. Default: does nothing.
     virtual int online(kfi_domain* primary, kfi_domain* alternate, int options,
                        kfi_disposition disposition);
 
@@ -242,7 +242,7 @@ class KZFI_PDK_API CFiPluginBase : public virtual CFiRefCount, public virtual CF
     /// Default: all of this. Always 0.
     virtual int errMsg(int code, const char** text);
 
-    /// Builds the tree of an alternate node. Default: does nothing.
+    /// Builds the tree of an alternate node, after startBuildAltTree. Default: does nothing.
     virtual int buildAltTree(kfi_domain* node, char* sessionId, kzfi_objid** primaries,
                              kzfi_objid** secondaries, int count, kzfi_objid** out);
 
@@ -278,8 +278,8 @@ class KZFI_PDK_API CFiPluginBase : public virtual CFiRefCount, public virtual CF
     /// Chooses where a session's snapshots go: the session form of select. Default: does nothing.
     virtual int selectSnapshots(CFiSessionPtr& session);
 
-    /// Asks whether the snapshots are ready; the nodes' flags tell (KZFI_NODE_READY). Default: does
-    /// nothing.
+    /// Asks, after make, whether the snapshots are ready; the nodes' flags tell (KZFI_NODE_READY).
+    /// Default: does nothing.
     virtual int isReady(char* sessionId, kfi_splitnode** nodes, int count);
 
     /// Switches a node's cache off. Default: does nothing.
@@ -333,7 +333,7 @@ class KZFI_PDK_API CFiPluginBase : public virtual CFiRefCount, public virtual CF
     /// *list = null.
     virtual int getAssociatedNodes(kfi_node* node, kfi_node_list** list);
 
-    /// Asks whether the node still exists.
+    /// Asks whether the node still exists, at any time.
     ///   *exists: 1 if it does, else 0
     /// Default: KZFI_ERR_NOT_IMPLEMENTED, *exists untouched.
     virtual int checkNodeExistence(kfi_domain* node, int* exists);
@@ -386,7 +386,7 @@ class KZFI_PDK_API CFiPluginBase : public virtual CFiRefCount, public virtual CF
     /// Answers KZFI_ERR_INVALID for a null list. Default: sets KZFI_NODE_ACCESS_DISABLED in each.
     virtual int disableAccess(kfi_node_subobj_list* list, long options);
 
-    /// Copies snapshots back over their originals.
+    /// Copies snapshots back over their originals, when these are wanted back.
     ///   options: a text of the framework's own
     ///   *status: how each restore went, an array of count
     /// Default: KZFI_ERR_NOT_IMPLEMENTED.
@@ -401,7 +401,7 @@ class KZFI_PDK_API CFiPluginBase : public virtual CFiRefCount, public virtual CF
     virtual int resync(kzfi_objid** primaries, kzfi_objid** snapshots, long count, char* sessionId,
                        char* options, long flags, long* status);
 
-    /// Asks for the state of each snapshot.
+    /// Asks for the state of each snapshot, at any time after make.
     ///   *statuses: an array of count; may be null
     /// Default: KZFI_SNAPSHOT_STATUS_DEFAULT in each entry.
     virtual int getStatus(kzfi_objid** primaries, kzfi_objid** snapshots, long count,
@@ -439,7 +439,7 @@ class KZFI_PDK_API CFiPluginBase : public virtual CFiRefCount, public virtual CF
     virtual int setImportOptions(kfi_splitnode** nodes, int count, kfi_host_infn* hosts,
                                  int transportable, void* options);
 
-    /// Before an alternate tree is built.
+    /// Before an alternate tree is built by buildAltTree.
     ///   objects: the objects that it is built of
     ///   options: a record of the framework's own
     /// Default: does nothing.
@@ -493,7 +493,7 @@ class KZFI_PDK_API CFiPluginBase : public virtual CFiRefCount, public virtual CF
     /// Takes what format made off the resources. Default: does nothing.
     virtual int unformat(char** resources, int count, int options);
 
-    /// Before deportResource.
+    /// Before deportResource of the same resource.
     ///   resource: the resource's name
     /// Default: does nothing.
     virtual int preDeportResource(char* resource, int options, char* hostname);
@@ -563,7 +563,7 @@ class KZFI_PDK_API CFiPluginBase : public virtual CFiRefCount, public virtual CF
     virtual int getSnapdiff(kfi_domain* node, kfi_snapreplica_ele* older,
                             kfi_snapreplica_ele* newer, TrieNode_* differences);
 
-    /// After a tree was deported. Default: does nothing.
+    /// After a tree was deported by deportTree. Default: does nothing.
     virtual int postDeport(kfi_domain* primary, kfi_domain* alternate);
 
     // ---- Not an operation of the framework ----

@@ -162,7 +162,8 @@ TEST(MadeDocuments, WantEachArgumentAndADefault) {
     make("/  fiType: the type of/d",
          "grep -q \"nobody says what 'fiType' of supportsFiType means\" said"
          " && grep -q 'status 1' said");
-    make("s|/// Takes an imported tree away again. Default: does nothing.|/// Takes a tree away.|",
+    make("s|/// Takes an imported tree away again, after its use. Default: does nothing.|/// Takes "
+         "a tree away.|",
          "grep -q 'deportTree does not say its default' said && grep -q 'status 1' said");
     make("/\\/\\/\\/ Takes an imported tree away again/d",
          "grep -q 'deportTree has no comment of its own' said && grep -q 'status 1' said");
