@@ -5,7 +5,6 @@
 
 #include "call.h"
 #include "exception_text.h"
-#include "host_context.h"
 #include "kzfi_platform_control.h"
 #include "operations.h"
 
@@ -78,23 +77,8 @@ class Driver {
     }
 
     Outcome call(std::size_t stage, const Step& step) {
-        const Operation& operation = *findOperation(step.operation);
-        Outcome outcome;
         begin(stage);
-        const std::string thrown = exceptionOf([&] {
-            Call made(*host, step.arguments);
-            try {
-                outcome = operation.call(made);
-            } catch (const NoSuchNode& e) {
-                outcome.notCalled = e.what();
-            } catch (const CannotRun& e) {
-                outcome.notCalled = e.what();
-            }
-        });
-        if (!thrown.empty()) {
-            outcome = Outcome();
-            outcome.exception = thrown;
-        }
+        const Outcome outcome = outcomeOf(*host, step);
         answer(stage, outcome);
         return outcome;
     }
@@ -133,6 +117,25 @@ std::size_t finiStage(const Scenario& scenario) {
 
 std::size_t unloadStage(const Scenario& scenario) {
     return finiStage(scenario) + 1;
+}
+
+Outcome outcomeOf(HostContext& host, const Step& step) {
+    Outcome outcome;
+    const std::string thrown = exceptionOf([&] {
+        Call made(host, step.arguments);
+        try {
+            outcome = findOperation(step.operation)->call(made);
+        } catch (const NoSuchNode& e) {
+            outcome.notCalled = e.what();
+        } catch (const CannotRun& e) {
+            outcome.notCalled = e.what();
+        }
+    });
+    if (!thrown.empty()) {
+        outcome = Outcome();
+        outcome.exception = thrown;
+    }
+    return outcome;
 }
 
 void drive(const Scenario& scenario, const HostRoot& root, const EventWriter& events) {

@@ -3,7 +3,9 @@
 #define KZFI_SIMHOST_DRIVE_H
 
 #include "child_run.h"
+#include "host_context.h"
 #include "host_root.h"
+#include "outcome.h"
 #include "scenario.h"
 
 namespace kzfi_simhost {
@@ -16,6 +18,10 @@ inline constexpr std::size_t INIT_STAGE = 1;
 inline constexpr std::size_t FIRST_STEP_STAGE = 2;
 std::size_t finiStage(const Scenario& scenario);
 std::size_t unloadStage(const Scenario& scenario);
+
+/// Makes the call of a step. What leaves the provider as an exception, and why there was no call,
+/// are in the outcome.
+Outcome outcomeOf(HostContext& host, const Step& step);
 
 /// Goes through the stages and tells of each:
 ///     {"begin": STAGE}

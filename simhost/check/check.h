@@ -32,8 +32,9 @@
 //  4. Write its twin, tests/simhost/check/twins/FAMILY_RULE.cpp: a provider derived from
 //     twins/twin.h that breaks this rule and no other. Let it misbehave as late and as narrowly as
 //     it can (one operation, one argument that only this check uses): checks that call the same
-//     operation the same way would be right to complain as well. tests/simhost/check/CMakeLists.txt
-//     finds the file by itself; add a line to the table in twins_test.cpp.
+//     operation the same way would be right to complain as well. Where the rule can be broken in
+//     several ways each has a twin, FAMILY_RULE_WAY.cpp. tests/simhost/check/CMakeLists.txt finds
+//     the files by itself; add a line to the table in twins_test.cpp.
 //  5. The provider "sound" and the samples must pass the new check, or be skipped for a reason.
 //
 // Each check runs in a process of its own, which has a private /usr where the machine allows it,

@@ -195,6 +195,7 @@ class Runner {
           root(newRoot) {
         report.provider = scenario.provider;
         report.root = root.path();
+        report.seed = scenario.seed;
         standing = standingOf();
         if (standing.reached < Needs::PROVIDER) {
             report.unusable = standing.reason;

@@ -2,6 +2,7 @@
 #ifndef KZFI_SIMHOST_CHECK_CHECK_RUN_H
 #define KZFI_SIMHOST_CHECK_CHECK_RUN_H
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -42,6 +43,7 @@ struct CheckReport {
     std::string root;
     std::string unusable;   ///< why the provider cannot be loaded or made; empty when it can
     std::string privateUsr; ///< why there was none; empty when there was one
+    std::uint64_t seed = 1; ///< of the random walk
     std::vector<CheckResult> results;
 
     bool isGreen() const;

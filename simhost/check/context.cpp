@@ -1,10 +1,10 @@
 #include "context.h"
 
-#include "call.h"
 #include "describe.h"
+#include "drive.h"
 #include "exception_text.h"
 #include "kzfi_platform_control.h"
-#include "operations.h"
+#include "statuses.h"
 
 namespace kzfi_simhost {
 namespace {
@@ -14,12 +14,11 @@ const std::size_t MOST_FINDINGS = 20;
 const std::size_t TRACE_LINES = 4;
 const int STABLE_AFTER = 2;
 
-/// "prepare nodes=..." as reports call it.
-std::string inWords(const std::string& operation, const Json& arguments) {
+Step stepOf(const std::string& operation, const Json& arguments) {
     Step step;
     step.operation = operation;
-    step.arguments = arguments;
-    return titleOf(step);
+    step.arguments = arguments.is_null() ? Json::object() : arguments;
+    return step;
 }
 
 } // namespace
@@ -235,11 +234,15 @@ void CheckContext::doing(const std::string& what) {
 std::string CheckContext::thrownBy(const std::string& what, const std::function<void()>& call) {
     doing(what);
     const std::string thrown = exceptionOf(call);
+    noteException(thrown);
+    return thrown;
+}
+
+void CheckContext::noteException(const std::string& thrown) {
     if (!thrown.empty() && exceptionsCount) {
         const std::lock_guard<std::mutex> guard(sending);
         events.send({{"exception", thrown}});
     }
-    return thrown;
 }
 
 bool CheckContext::guarded(const std::string& what, const std::function<void()>& call) {
@@ -252,17 +255,34 @@ Outcome CheckContext::call(const std::string& operation, const Json& arguments) 
 
 Outcome CheckContext::callOn(HostContext& target, const std::string& operation,
                              const Json& arguments) {
-    Outcome outcome;
-    const Json given = arguments.is_null() ? Json::object() : arguments;
-    const std::string thrown = thrownBy(inWords(operation, given), [&] {
-        Call made(target, given);
-        outcome = findOperation(operation)->call(made);
-    });
-    if (!thrown.empty()) {
-        outcome = Outcome();
-        outcome.exception = thrown;
-    }
+    const Step step = stepOf(operation, arguments);
+    return callStep(target, step, titleOf(step), "");
+}
+
+Outcome CheckContext::callAs(const std::string& what, const std::string& operation,
+                             const Json& arguments) {
+    return callStep(create(), stepOf(operation, arguments), what, what);
+}
+
+Outcome CheckContext::callStep(HostContext& target, const Step& step, const std::string& what,
+                               const std::string& by) {
+    doing(what);
+    const Outcome outcome = outcomeOf(target, step);
+    noteException(outcome.exception);
+    const int offset = messageIndexOffsetOf(target.provider());
+    report(watch.answers.look(step.operation, outcome, offset), by);
     return outcome;
+}
+
+std::optional<ProbeAnswer> CheckContext::ask(const Probe& probe, const ProbeRequest& request,
+                                             const std::string& how) {
+    kzfi_pdk_4_4::CFiPluginBase& provider = create().provider();
+    std::optional<ProbeAnswer> answer;
+    guarded(probe.operation + how, [&] { answer = probe.call(provider, request); });
+    if (answer) {
+        report(watch.answers.look(probe.operation, *answer, messageIndexOffsetOf(provider)));
+    }
+    return answer;
 }
 
 kfi_domain* CheckContext::stranger(const std::string& name) {

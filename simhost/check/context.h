@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 
 #include "check.h"
@@ -13,6 +14,7 @@
 #include "host_context.h"
 #include "host_watch.h"
 #include "outcome.h"
+#include "probe.h"
 #include "scenario.h"
 
 namespace kzfi_simhost {
@@ -21,8 +23,8 @@ namespace kzfi_simhost {
 /// pass.
 class CheckIsOver {};
 
-/// Threads: a check may call doing(), guarded(), call(), fail(), warn() from threads of its own,
-/// which end before it returns. The rest is for the thread of the check.
+/// Threads: a check may call doing(), guarded(), call(), ask(), fail(), warn() from threads of its
+/// own, which end before it returns. The rest is for the thread of the check.
 class CheckContext {
   public:
     CheckContext(const Scenario& configuration, const HostRoot& newRoot,
@@ -79,10 +81,17 @@ class CheckContext {
     /// The same; the exception as "TYPE: TEXT", empty without.
     std::string thrownBy(const std::string& what, const std::function<void()>& call);
     /// Calls an operation as a step of a scenario does (`kzfi-simhost operations` lists the
-    /// fields). After an exception, which is kept for the verdict, outcome.exception is set.
+    /// fields), and reports what holds for no answer. After an exception, which is kept for the
+    /// verdict, outcome.exception is set.
     Outcome call(const std::string& operation, const Json& arguments = {});
-    /// The same on the host of another().
+    /// The same with words of one's own for the call, which stand before what is reported as well.
+    Outcome callAs(const std::string& what, const std::string& operation, const Json& arguments);
+    /// The same as call() on the host of another().
     Outcome callOn(HostContext& host, const std::string& operation, const Json& arguments = {});
+    /// Calls a probe on the provider, and reports what holds for no answer; no answer after an
+    /// exception. how: what is special about the call.
+    std::optional<ProbeAnswer> ask(const Probe& probe, const ProbeRequest& request,
+                                   const std::string& how = "");
 
     /// A node record of this name that the provider was never given; it lives as long as this.
     kfi_domain* stranger(const std::string& name);
@@ -112,6 +121,9 @@ class CheckContext {
     void release();
     void unload();
     void report(const std::vector<Finding>& findings, const std::string& by = "");
+    void noteException(const std::string& thrown);
+    Outcome callStep(HostContext& host, const Step& step, const std::string& what,
+                     const std::string& by);
     std::string traceFile() const;
 
     const Scenario& scenario;

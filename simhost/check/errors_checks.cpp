@@ -5,7 +5,6 @@
 #include "context.h"
 #include "heap.h"
 #include "operations.h"
-#include "probe.h"
 #include "statuses.h"
 
 namespace kzfi_simhost {
@@ -24,14 +23,6 @@ bool isAboutMessages(const std::string& operation) {
     return all.count(operation) != 0;
 }
 
-std::optional<int> statusOf(CheckContext& c, const Probe& probe, const ProbeRequest& request,
-                            const std::string& how) {
-    std::optional<int> status;
-    c.guarded(probe.operation + how,
-              [&] { status = probe.call(c.create().provider(), request).status; });
-    return status;
-}
-
 void addProbes(CheckContext& c, kfi_domain* node, const std::string& how,
                std::vector<Trial>& trials) {
     ProbeRequest request;
@@ -40,8 +31,10 @@ void addProbes(CheckContext& c, kfi_domain* node, const std::string& how,
     request.text = "errors";
     for (const Probe& probe : probes()) {
         if (!isAboutMessages(probe.operation)) {
-            trials.push_back({probe.operation, how,
-                              [=, &c, &probe] { return statusOf(c, probe, request, how); }});
+            const auto call = [=, &c, &probe] {
+                return c.ask(probe, request, how).value_or(ProbeAnswer()).status;
+            };
+            trials.push_back({probe.operation, how, call});
         }
     }
 }
@@ -122,8 +115,7 @@ void getAndDelArePairs(CheckContext& c) {
     const Trial failure = failureOrSkip(c);
     errorsComeAndGo(c, failure);
     textsComeAndGo(c, failure);
-    const int turns = 50;
-    const std::size_t kept = keptPerTurn(turns, turns, [&](int) {
+    const std::size_t kept = keptPerTurn({50, 50}, [&] {
         failure.call();
         lastError(c);
         c.call("getLocaleMessage");

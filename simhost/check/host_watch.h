@@ -6,14 +6,11 @@
 #include <string>
 #include <vector>
 
+#include "answer_watch.h"
 #include "cfipluginbase.h"
+#include "finding.h"
 
 namespace kzfi_simhost {
-
-struct Finding {
-    bool fails; ///< else it is only worth a look
-    std::string text;
-};
 
 /// What a process has that a provider must leave as it was.
 class Surroundings {
@@ -88,6 +85,7 @@ struct HostWatch {
     std::unique_ptr<Surroundings> surroundings;
     std::unique_ptr<ReferenceWatch> references;
     std::unique_ptr<BufferWatch> buffers;
+    AnswerWatch answers;
 };
 
 } // namespace kzfi_simhost

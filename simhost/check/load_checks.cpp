@@ -1,11 +1,9 @@
 // How a provider's shared object comes and goes.
-#include <fcntl.h>
-#include <unistd.h>
-
+#include <algorithm>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <thread>
 
 #include "context.h"
 #include "heap.h"
@@ -41,11 +39,6 @@ void loadingIsQuiet(CheckContext& c) {
     }
 }
 
-const int WARM_UP_TURNS = 10;
-const int TURNS = 50;
-// What a turn may leave in the C library's own books; a provider object alone is larger.
-const std::size_t LEFT_PER_TURN = 64;
-
 std::size_t mappings() {
     std::ifstream maps("/proc/self/maps");
     return static_cast<std::size_t>(
@@ -54,35 +47,27 @@ std::size_t mappings() {
 
 /// One life of a provider that is never initialised; whether the library went away.
 bool comeAndGo(CheckContext& c) {
+    c.doing("load and unload");
     ProviderLibrary library(c.config().provider);
     library.create();
     return library.unload();
 }
 
 void comesAndGoesWithoutGrowth(CheckContext& c) {
-    for (int i = 0; i < WARM_UP_TURNS; ++i) {
-        c.doing("load and unload, turn " + std::to_string(i + 1));
-        if (!comeAndGo(c)) {
-            c.warn("the dynamic linker keeps the library; built with -fno-gnu-unique and without "
-                   "other users it can be unloaded");
-            return;
-        }
+    if (!comeAndGo(c)) {
+        c.warn("the dynamic linker keeps the library; built with -fno-gnu-unique and without "
+               "other users it can be unloaded");
+        return;
     }
-    const std::size_t usedBefore = heapInUse();
-    const std::size_t mappedBefore = mappings();
-    for (int i = WARM_UP_TURNS; i < TURNS; ++i) {
-        c.doing("load and unload, turn " + std::to_string(i + 1));
-        comeAndGo(c);
-    }
-    const std::size_t turns = TURNS - WARM_UP_TURNS;
-    const std::size_t used = heapInUse();
-    c.expect(used <= usedBefore + turns * LEFT_PER_TURN,
-             std::to_string(turns) + " turns of loading and unloading took " +
-                 std::to_string(used - usedBefore) + " bytes of memory");
+    const std::size_t before = mappings();
+    const Turns turns = {9, 40};
+    const std::size_t kept = keptPerTurn(turns, [&] { comeAndGo(c); });
+    c.expect(kept == 0,
+             "each turn of loading and unloading keeps " + std::to_string(kept) + " bytes");
     const std::size_t mapped = mappings();
-    c.expect(mapped <= mappedBefore + turns / 2,
-             std::to_string(turns) + " turns of loading and unloading left " +
-                 std::to_string(mapped - mappedBefore) + " mappings");
+    c.expect(mapped <= before + static_cast<std::size_t>(turns.count) / 2,
+             "50 turns of loading and unloading left " + std::to_string(mapped - before) +
+                 " mappings");
 }
 
 } // namespace

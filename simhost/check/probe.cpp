@@ -1,7 +1,5 @@
 #include "probe.h"
 
-#include <cstring>
-
 #include "kzfi_platform_control.h"
 #include "probe_arguments.h"
 
@@ -223,8 +221,9 @@ ProbeMaker<kfi_op_providerstate> produce() {
             [](Args&) { return static_cast<kfi_op_providerstate>(KZFI_PROVIDERSTATE_PRODUCE); }};
 }
 
-/// The operations up to those that list what the provider knows.
-std::vector<Probe> firstHalf() {
+// ---- The operations, in the plug-in base's order ----
+
+std::vector<Probe> nodeProbes() {
     return {
         probe("delayedInit", &Base::delayedInit),
         probe("claim", &Base::claim, id(), outIds("claimed"), out<int>("count")),
@@ -234,6 +233,11 @@ std::vector<Probe> firstHalf() {
         probe("importTreeNode", &Base::importTreeNode, node(), ids("primaries"), ids("secondaries"),
               count(), out<kzfi_objid*>("out")),
         probe("config", &Base::config, node(), configMode(), text("session"), request()),
+    };
+}
+
+std::vector<Probe> treeProbes() {
+    return {
         probe("initAltNode", &Base::initAltNode, node(), alternate("parent"), alternate("target"),
               flag()),
         probe("reAccessTmpObj", &Base::reAccessTmpObj, node(), id(), text("splitType"),
@@ -247,6 +251,11 @@ std::vector<Probe> firstHalf() {
         probe("errMsg", &Base::errMsg, number(), localeText<const char>()),
         probe("buildAltTree", &Base::buildAltTree, node(), text("session"), ids("primaries"),
               ids("secondaries"), count(), out<kzfi_objid*>("out")),
+    };
+}
+
+std::vector<Probe> snapshotProbes() {
+    return {
         probe("quiesce", &Base::quiesce, unknown<kfi_quiescenode*>(), none(), text("session")),
         probe("unquiesce", &Base::unquiesce, unknown<kfi_quiescenode*>(), none()),
         probe("make", &Base::make, text("session"), splits(), count(), outIds("made"),
@@ -262,6 +271,11 @@ std::vector<Probe> firstHalf() {
         probe("cacheFlush", &Base::cacheFlush, node(), number()),
         probe("interpose", &Base::interpose, node(), out<kzfi_objid*>("interposer"),
               outIds("lower"), out<int>("count")),
+    };
+}
+
+std::vector<Probe> enumerationProbes() {
+    return {
         probe("getAttr", &Base::getAttr, node(), alternate(), split(), unknown<kfi_attributes>()),
         probe("getProviderInfo", &Base::getProviderInfo, out<kfi_provider_list*>("list")),
         probe("enumerateNodes", &Base::enumerateNodes, out<kfi_node_list*>("list"),
@@ -279,7 +293,7 @@ std::vector<Probe> firstHalf() {
     };
 }
 
-std::vector<Probe> secondHalf() {
+std::vector<Probe> messageAndRestoreProbes() {
     return {
         probe("getLastError", &Base::getLastError, out<kfi_msg_info*>("info")),
         probe("delLastError", &Base::delLastError, given<kfi_msg_info>("info")),
@@ -296,6 +310,11 @@ std::vector<Probe> secondHalf() {
               text("session"), text("options"), number<long>(), statuses()),
         probe("getStatus", &Base::getStatus, ids("primaries"), ids("snapshots"), count<long>(),
               text("session"), number<long>(), statuses()),
+    };
+}
+
+std::vector<Probe> preparationProbes() {
+    return {
         probe("prePrepare", &Base::prePrepare, node()),
         probe("queryValidSecondaries", &Base::queryValidSecondaries, text("primary"),
               outIds("list"), out<long>("count")),
@@ -309,6 +328,11 @@ std::vector<Probe> secondHalf() {
               unknown<void>()),
         probe("translateResourceNames", &Base::translateResourceNames, texts("names"), count(),
               out<char*>("translated")),
+    };
+}
+
+std::vector<Probe> resourceProbes() {
+    return {
         probe("enumerateEnclosures", &Base::enumerateEnclosures,
               out<kfi_enclosure_node_list*>("list"), out<int>("count"), text("filter")),
         probe("importResource", &Base::importResource, texts("resources"), text("udid"),
@@ -327,6 +351,11 @@ std::vector<Probe> secondHalf() {
         probe("unformat", &Base::unformat, texts("resources"), count(), number()),
         probe("preDeportResource", &Base::preDeportResource, text("resource"), number(),
               text("hostname")),
+    };
+}
+
+std::vector<Probe> requestProbes() {
+    return {
         probe("refreshTree", &Base::refreshTree, node(), number(), number(),
               unknown<kfi_resource>(), none(), out<int>("changed"), unknown<void>(), number()),
         probe("getBackupset", &Base::getBackupset, node(), number(), texts("files"), count(),
@@ -354,9 +383,12 @@ std::vector<Probe> secondHalf() {
 
 const std::vector<Probe>& probes() {
     static const std::vector<Probe> all = [] {
-        std::vector<Probe> list = firstHalf();
-        for (Probe& each : secondHalf()) {
-            list.push_back(std::move(each));
+        std::vector<Probe> list;
+        for (const auto part :
+             {nodeProbes, treeProbes, snapshotProbes, enumerationProbes, messageAndRestoreProbes,
+              preparationProbes, resourceProbes, requestProbes}) {
+            const std::vector<Probe> more = part();
+            list.insert(list.end(), more.begin(), more.end());
         }
         return list;
     }();

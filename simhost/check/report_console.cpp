@@ -136,7 +136,8 @@ void CheckConsole::summary(const CheckReport& report) {
         }
     }
     stream << "; " << timeText(report.seconds()) << "\n"
-           << fitted("root", 10) << harmless(report.root) << "\n";
+           << fitted("root", 10) << harmless(report.root) << "\n"
+           << fitted("seed", 10) << report.seed << "\n";
     if (!report.unusable.empty()) {
         stream << fitted("provider", 10) << "cannot be used: " << harmless(report.unusable) << "\n";
     }

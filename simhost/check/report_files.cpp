@@ -83,6 +83,7 @@ void writeCase(std::ostream& out, const CheckResult& result) {
 Json toJson(const CheckReport& report) {
     Json json = {{"provider", report.provider},
                  {"root", report.root},
+                 {"seed", report.seed},
                  {"green", report.isGreen() && report.unusable.empty()},
                  {"privateUsr", report.privateUsr.empty()},
                  {"checks", Json::array()}};

@@ -110,9 +110,8 @@ bool endsInTime(pid_t process, int milliseconds) {
     return false;
 }
 
-/// Where gdb is not there, or may not look at the process, this adds nothing.
-void askGdb(pid_t process, const std::string& file, Lines& stacks) {
-    const std::string output = file + ".gdb";
+/// Starts gdb on the process, its words to output; below 0 where it is not installed.
+pid_t startGdb(pid_t process, const std::string& output) {
     std::string words[] = {"gdb",
                            "-nx",
                            "-batch",
@@ -136,7 +135,14 @@ void askGdb(pid_t process, const std::string& file, Lines& stacks) {
     pid_t gdb = -1;
     const int failed = posix_spawnp(&gdb, "gdb", &files, nullptr, argv.data(), environ);
     posix_spawn_file_actions_destroy(&files);
-    if (failed != 0) {
+    return failed == 0 ? gdb : -1;
+}
+
+/// Where gdb is not there, or may not look at the process, this adds nothing.
+void askGdb(pid_t process, const std::string& file, Lines& stacks) {
+    const std::string output = file + ".gdb";
+    const pid_t gdb = startGdb(process, output);
+    if (gdb < 0) {
         return;
     }
     const bool inTime = endsInTime(gdb, GDB_MILLISECONDS);

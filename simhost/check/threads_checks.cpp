@@ -4,7 +4,6 @@
 
 #include "context.h"
 #include "parameter_values.h"
-#include "probe.h"
 
 namespace kzfi_simhost {
 namespace {
@@ -82,10 +81,8 @@ bool isForOneThread(const std::string& operation) {
 }
 
 Answer answerOf(CheckContext& c, const Probe& probe, const ProbeRequest& request) {
-    Answer answer = {probe.operation, "an exception", {}};
-    c.guarded(probe.operation + " among " + std::to_string(THREADS) + " threads",
-              [&] { answer.status = inWords(probe.call(c.create().provider(), request).status); });
-    return answer;
+    const auto answer = c.ask(probe, request, " among " + std::to_string(THREADS) + " threads");
+    return {probe.operation, answer ? inWords(answer->status) : "an exception", {}};
 }
 
 void everyOperation(CheckContext& c) {

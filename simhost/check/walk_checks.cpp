@@ -5,7 +5,6 @@
 #include <random>
 #include <set>
 
-#include "call.h"
 #include "context.h"
 #include "operations.h"
 
@@ -164,16 +163,8 @@ class Walk {
                                  std::to_string(++calls) + " of the walk with seed " +
                                  std::to_string(c.config().seed) + "; replay: kzfi-simhost run " +
                                  replayFile;
-        Outcome outcome;
-        c.guarded(what, [&] {
-            Call made(c.create(), arguments);
-            outcome = operation.call(made);
-        });
-        replay.answered(outcome);
+        replay.answered(c.callAs(what, operation.name, arguments));
         c.lookAtBuffers(what);
-        if (outcome.status.value_or(0) < 0) {
-            c.fail("answered " + std::to_string(*outcome.status) + ": " + what);
-        }
     }
 
     Json valueFor(const Field& field) {

@@ -1,6 +1,5 @@
 // A working day under the eyes of the host: which operation it was that left something behind.
 #include "context.h"
-#include "probe.h"
 
 namespace kzfi_simhost {
 namespace {
@@ -8,13 +7,12 @@ namespace {
 /// All operations, with texts that are called after the check; look() comes behind each.
 void workingDay(CheckContext& c, const std::string& session,
                 const std::function<void(const std::string& operation)>& look) {
-    HostContext& host = c.start();
     ProbeRequest request;
-    request.node = host.nodes().first();
+    request.node = c.start().nodes().first();
     request.alternate = c.stranger("another node");
     request.text = session;
     for (const Probe& probe : probes()) {
-        c.guarded(probe.operation, [&] { probe.call(host.provider(), request); });
+        c.ask(probe, request);
         look(probe.operation);
     }
 }

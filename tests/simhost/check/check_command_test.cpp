@@ -217,6 +217,19 @@ TEST(CheckContexts, KeepExceptionsOutOfTheVerdictOnRequest) {
     EXPECT_EQ(result.verdict, Verdict::PASS);
 }
 
+TEST(CheckContexts, BlameNoProviderForAStepThatCannotBeDone) {
+    kzfi_tests::Moody moody;
+    const CheckResult result = moody("good", [](CheckContext& c) {
+        c.start();
+        const Outcome nobody = c.call("prePrepare", {{"node", "nobody"}});
+        c.expect(nobody.notCalled.find("nobody") != std::string::npos, nobody.toJson().dump());
+        const Outcome none = c.call("host compare", {{"path", "none"}, {"with", "nothing"}});
+        c.expect(none.notCalled.find("none") != std::string::npos, none.toJson().dump());
+    });
+    EXPECT_EQ(result.verdict, Verdict::PASS);
+    EXPECT_TRUE(result.findings.empty()) << result.findings.front().text;
+}
+
 TEST(CheckContexts, RunTwoProvidersAtOnce) {
     kzfi_tests::Moody moody;
     const CheckResult result = moody("good", [](CheckContext& c) {
@@ -237,6 +250,17 @@ TEST_F(CheckCommandTest, ListsTheChecksWithoutAProvider) {
     for (const Check& each : checks()) {
         EXPECT_THAT(listed.out, HasSubstr(each.name));
         EXPECT_THAT(listed.out, HasSubstr(each.rule));
+    }
+}
+
+bool isOneSentence(const std::string& text) {
+    return !text.empty() && text.back() == '.' && text.find(". ") == std::string::npos;
+}
+
+TEST(CheckList, HasOneSentenceForTheRuleAndOneForWhatToDo) {
+    for (const Check& each : checks()) {
+        EXPECT_TRUE(isOneSentence(each.rule)) << each.name;
+        EXPECT_TRUE(isOneSentence(each.advice)) << each.name;
     }
 }
 
@@ -296,6 +320,13 @@ TEST_F(CheckCommandTest, WritesAJunitFile) {
     const std::string junit = readFile(simhost.path("junit.xml"));
     EXPECT_THAT(junit, HasSubstr("tests=\"1\" failures=\"0\" errors=\"1\" skipped=\"0\""));
     EXPECT_THAT(junit, HasSubstr("<error type=\"crash\""));
+}
+
+TEST_F(CheckCommandTest, SaysWhichWalkItTook) {
+    result = check({MOODY, "--only", "load.symbols", "--seed", "7"});
+    EXPECT_THAT(result.out, HasSubstr("PASSED  1 checks: 1 pass; "));
+    EXPECT_THAT(result.out, HasSubstr("\nseed      7\n"));
+    EXPECT_EQ(report()["seed"], 7);
 }
 
 // ---- The bar

@@ -114,7 +114,8 @@ TEST(CheckReportTest, SaysWhatToDoAboutEachFailure) {
                     "    trace of it\n"
                     "\n"
                     "FAILED  1 checks: 1 fail; 250 ms\n"
-                    "root      /r\n");
+                    "root      /r\n"
+                    "seed      1\n");
 }
 
 TEST(CheckReportTest, SaysNothingMoreAboutWhatIsGreen) {

@@ -106,6 +106,56 @@ TEST_F(CheckWatchTest, ShowsTheTraceBeforeALine) {
     EXPECT_THAT(result.findings.front().trace.back(), HasSubstr("Exiting Function prePrepare"));
 }
 
+// ---- Answers
+
+/// What was found when prePrepare was called twice in this mood.
+std::vector<FoundLine> foundTwice(const std::string& mood) {
+    kzfi_tests::Moody moody;
+    const auto twice = [](CheckContext& c) {
+        c.start();
+        c.call("prePrepare");
+        c.call("prePrepare");
+    };
+    return moody(mood, twice).findings;
+}
+
+TEST_F(CheckWatchTest, LooksAtEachStatusOnce) {
+    EXPECT_THAT(foundTwice("negative"),
+                ElementsAre(failing("prePrepare answered -1: no status is negative")));
+    EXPECT_THAT(foundTwice("unknown"),
+                ElementsAre(warning(
+                    "prePrepare answered 999, which is neither one of the framework's statuses nor "
+                    "one of the provider's own (above its message index offset 1000)")));
+    EXPECT_THAT(foundTwice("own"), IsEmpty());
+    EXPECT_THAT(foundTwice("error"), IsEmpty());
+}
+
+TEST_F(CheckWatchTest, LooksAtOutputsOfStepsThatFail) {
+    const auto run = [](CheckContext& c) {
+        c.start();
+        c.call("isParentPgn");
+    };
+    EXPECT_THAT(moody("output", run).findings,
+                ElementsAre(failing("isParentPgn answered 6 and wrote to its output 'answer'")));
+    EXPECT_THAT(moody("good", run).findings, IsEmpty());
+}
+
+TEST_F(CheckWatchTest, LooksAtOutputsOfProbesThatFail) {
+    const auto run = [](CheckContext& c) {
+        c.start();
+        for (const Probe& probe : probes()) {
+            if (probe.operation == "isParentPgn") {
+                c.ask(probe, {});
+            }
+        }
+    };
+    EXPECT_THAT(moody("output", run).findings,
+                ElementsAre(failing("isParentPgn answered 6 and wrote to its output 'answer'")));
+    EXPECT_THAT(moody("good", run).findings, IsEmpty());
+}
+
+// ---- References
+
 void giveAReferenceBackTwice(CheckContext& c) {
     kzfi_pdk_4_4::CFiPluginBase& provider = c.start().provider();
     struct Peek : kzfi_pdk_4_4::CFiPluginBase {

@@ -45,16 +45,32 @@ class Moody : public Sound {
                 deed();
             }
         }
+        const auto status = statuses.find(mood());
+        if (status != statuses.end()) {
+            return status->second;
+        }
         return mood("unstable") && ++calls > 1    ? KZFI_OK
                : mood("unstable") || mood("lazy") ? KZFI_ERR_NOT_IMPLEMENTED
                                                   : Sound::prePrepare(node);
     }
 
-  private:
-    static bool mood(const std::string& name) {
-        const char* const set = std::getenv("MOOD");
-        return set != nullptr && name == set;
+    int isParentPgn(char*, int* answer, int) override {
+        KZFI_TWIN_SCOPE;
+        if (mood("output")) {
+            *answer = 1;
+        }
+        return KZFI_ERR_FAILED;
     }
+
+  private:
+    static std::string mood() {
+        const char* const set = std::getenv("MOOD");
+        return set != nullptr ? set : "";
+    }
+    static bool mood(const std::string& name) { return name == mood(); }
+
+    const std::map<std::string, int> statuses = {
+        {"negative", -1}, {"unknown", 999}, {"own", 1001}, {"error", KZFI_ERR_OWNER}};
 
     const std::map<std::string, std::function<void()>> deeds = {
         {"crash", [] { std::abort(); }},

@@ -5,9 +5,9 @@ namespace {
 
 class Twin : public Sound {
   public:
-    int isParentPgn(char*, int* answer, int) override {
+    int isParentPgn(char* name, int* answer, int) override {
         KZFI_TWIN_SCOPE;
-        if (answer != nullptr) {
+        if (name != nullptr && std::string(name) == "outputs" && answer != nullptr) {
             *answer = 1;
         }
         return KZFI_ERR_FAILED;
