@@ -1,6 +1,6 @@
 #!/bin/sh
 # packages.sh CMAKE CPACK BUILD TREE OUT: makes the packages from the build, looks at each, and unpacks
-# them all into OUT/prefix.
+# them all into OUT/prefix, and into OUT/host what a machine that has the host product needs.
 set -eu
 cmake=$1 cpack=$2 build=$3 tree=$4 out=$5
 
@@ -99,6 +99,9 @@ for package in libkzfi-pdk4.4 libkzfi-pdk-dev; do
     case $needs in
     *platform*) fail "$package depends on the stand-in: $needs" ;;
     esac
+done
+for file in "$out"/libkzfi-pdk*.deb; do
+    dpkg-deb --extract "$file" "$out/host"
 done
 depends kzfi-simhost | grep -q "libkzfi-platform (= .*libkzfi-pdk4.4 (= " ||
     fail "kzfi-simhost takes other libraries than it was built with"
