@@ -199,10 +199,15 @@ Json toJson(const Description& description) {
                  {"name", report.name},
                  {"fimName", report.fimName},
                  {"root", report.root},
+                 {"privateUsr", report.privateUsr.empty()},
+                 {"complete", description.complete()},
                  {"parameters",
                   {parametersToJson(description.parameters[0]),
                    parametersToJson(description.parameters[1])}},
                  {"operations", Json::array()}};
+    if (!report.privateUsr.empty()) {
+        json["noPrivateUsrReason"] = report.privateUsr;
+    }
     for (const Operation& operation : operations()) {
         json["operations"].push_back(operationToJson(description, operation));
     }

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <sstream>
 
 #include "../report_text.h"
@@ -49,11 +50,19 @@ std::string allOf(const CheckResult& result) {
            result.check->advice + "\n";
 }
 
+/// What a failure says: the first finding that fails, should it be among those that are kept.
+std::string firstFailure(const std::vector<FoundLine>& findings) {
+    const auto found = std::find_if(findings.begin(), findings.end(),
+                                    [](const FoundLine& line) { return line.fails; });
+    return (found == findings.end() ? findings.front() : *found).text;
+}
+
+/// What the verdict comes from, whatever else was found.
 std::string messageOf(const CheckResult& result) {
     if (result.verdict == Verdict::EXCEPTION) {
         return result.exceptionType + ": " + result.exceptionText;
     }
-    return result.findings.empty() ? result.detail : result.findings.front().text;
+    return result.verdict == Verdict::FAIL ? firstFailure(result.findings) : result.detail;
 }
 
 void writeCase(std::ostream& out, const CheckResult& result) {

@@ -22,9 +22,8 @@ class DescribeTest : public testing::Test {
                        setting);
     }
 
-    Json operation(std::size_t number) {
-        return Json::parse(readFile(simhost.path("description.json")))["operations"][number - 1];
-    }
+    Json description() { return Json::parse(readFile(simhost.path("description.json"))); }
+    Json operation(std::size_t number) { return description()["operations"][number - 1]; }
 
     kzfi_tests::SimhostCommand simhost;
 };
@@ -36,6 +35,7 @@ TEST_F(DescribeTest, AProviderWithoutNamesIsCalledAfterItsFile) {
     EXPECT_THAT(result.out, Not(HasSubstr("parameters")));
     EXPECT_EQ(operation(54)["name"], "prePrepare");
     EXPECT_EQ(operation(54)["answer"]["status"], 0);
+    EXPECT_EQ(description()["complete"], true);
 }
 
 TEST_F(DescribeTest, ACrashDoesNotEndTheTable) {
@@ -43,6 +43,7 @@ TEST_F(DescribeTest, ACrashDoesNotEndTheTable) {
     EXPECT_EQ(result.status, 1);
     EXPECT_THAT(result.out, ContainsRegex("\n +54  prePrepare +the provider's process was killed "
                                           "by SIGABRT .Aborted.\n"));
+    EXPECT_EQ(description()["complete"], false);
     EXPECT_EQ(operation(54)["result"], "crashed");
     EXPECT_EQ(operation(53)["result"], "answered");
     EXPECT_EQ(operation(55)["result"], "answered");
@@ -62,7 +63,7 @@ TEST_F(DescribeTest, ACrashShowsItsLastTraceAndOutput) {
     EXPECT_THAT(end, HasSubstr("\nlast lines of the trace:\n"));
     EXPECT_THAT(end, HasSubstr("Entering Function getStatus ["));
     EXPECT_THAT(end, HasSubstr("\nlast lines of the provider's output:\n  about to crash\n"));
-    const Json words = Json::parse(readFile(simhost.path("description.json")))["lastWords"];
+    const Json words = description()["lastWords"];
     ASSERT_EQ(words.size(), 1u);
     EXPECT_EQ(words[0]["title"], "prePrepare");
     EXPECT_EQ(words[0]["reason"], "the provider's process was killed by SIGABRT (Aborted)");
@@ -81,6 +82,17 @@ TEST_F(DescribeTest, BothParameterListsAreAnswers) {
     EXPECT_EQ(operation(11)["further"][0]["title"], "config getparam list=1");
     EXPECT_FALSE(operation(10).contains("further"));
     EXPECT_FALSE(operation(4).contains("further"));
+}
+
+TEST_F(DescribeTest, ACrashOfAFurtherCallIsNotThatOfTheFirst) {
+    EXPECT_EQ(describe("rogue", "ROGUE_HAS_ONE_LIST=1").status, 1);
+    EXPECT_EQ(operation(3)["result"], "answered");
+    const Json further = {{{"title", "globalConfigInfoList list=1"},
+                           {"result", "crashed"},
+                           {"reason", "the provider's process was killed by SIGABRT (Aborted)"}}};
+    EXPECT_EQ(operation(3)["further"], further);
+    EXPECT_EQ(operation(11)["further"][0]["result"], "answered");
+    EXPECT_EQ(description()["complete"], false);
 }
 
 TEST_F(DescribeTest, AHangDoesNotEndTheTable) {

@@ -103,6 +103,21 @@ TEST(CheckReportTest, IsAJunitFile) {
     EXPECT_THAT(junit, Not(HasSubstr("\033")));
 }
 
+// A warning before it is not what the verdict comes from.
+TEST(CheckReportTest, JunitsMessageIsOfWhatEndedOrFailed) {
+    CheckReport report = reportOf({Verdict::FAIL, Verdict::CRASH});
+    for (CheckResult& result : report.results) {
+        result.findings.insert(result.findings.begin(), {false, "odd", {}});
+    }
+    const std::string junit = toJunit(report);
+    EXPECT_THAT(junit, HasSubstr("<failure message=\"found &lt;this&gt;\\x1b\">odd\nfound "));
+    EXPECT_THAT(junit, HasSubstr("<error type=\"crash\" message=\"the provider&#39;s process "
+                                 "ended\">the provider&#39;s process ended\nodd\n"));
+    report = reportOf({Verdict::FAIL});
+    report.results.front().findings = {{false, "odd", {}}, {false, "and 3 more", {}}};
+    EXPECT_THAT(toJunit(report), HasSubstr("<failure message=\"odd\">"));
+}
+
 TEST(CheckReportTest, SaysWhatToDoAboutEachFailure) {
     const std::string text = console(reportOf({Verdict::FAIL}));
     EXPECT_EQ(text, "  fail       load.<all>                             250 ms\n"

@@ -156,6 +156,14 @@ class Rogue : public CFiPluginBase {
         return 0;
     }
 
+    /// Dies of what a description asks for last.
+    CFiConfigParamInfoList* globalConfigInfoList(int index, bool second) override {
+        if (index == 1 && std::getenv("ROGUE_HAS_ONE_LIST") != nullptr) {
+            std::abort();
+        }
+        return CFiPluginBase::globalConfigInfoList(index, second);
+    }
+
     int getSnapshotSetId(kfi_domain*, char** id) override {
         const std::string text = "a \033[31mred\tset\n\xff";
         *id = static_cast<char*>(kzfi_alloc_buf(text.size() + 1));
