@@ -38,10 +38,11 @@ void judgeOutputs(const std::string& operation, const ProbeAnswer& answer, Findi
         return;
     }
     const bool declined = answer.status == KZFI_ERR_NOT_IMPLEMENTED;
+    const std::string wrote =
+        operation + " answered " + std::to_string(*answer.status) + " and wrote to its output '";
     for (const std::string& output : declined ? answer.written : answer.filled) {
         if (!isWrittenAnyway(operation, output, declined)) {
-            found.push_back({true, operation + " answered " + std::to_string(*answer.status) +
-                                       " and wrote to its output '" + output + "'"});
+            found.push_back({true, wrote + output + "'"});
         }
     }
 }

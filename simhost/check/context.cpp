@@ -9,7 +9,7 @@
 namespace kzfi_simhost {
 namespace {
 
-// More lines of one check help nobody.
+// More lines of one severity help nobody.
 const std::size_t MOST_FINDINGS = 20;
 const std::size_t TRACE_LINES = 4;
 const int STABLE_AFTER = 2;
@@ -46,8 +46,7 @@ void CheckContext::begin() {
 
 void CheckContext::found(const char* severity, const std::string& text) {
     const std::lock_guard<std::mutex> guard(sending);
-    ++findings;
-    if (findings > MOST_FINDINGS) {
+    if (++findings[severity] > MOST_FINDINGS) {
         events.send({{"more", severity}});
         return;
     }
@@ -233,7 +232,7 @@ void CheckContext::doing(const std::string& what) {
 
 std::string CheckContext::thrownBy(const std::string& what, const std::function<void()>& call) {
     doing(what);
-    const std::string thrown = exceptionOf(call);
+    std::string thrown = exceptionOf(call);
     noteException(thrown);
     return thrown;
 }
@@ -267,7 +266,7 @@ Outcome CheckContext::callAs(const std::string& what, const std::string& operati
 Outcome CheckContext::callStep(HostContext& target, const Step& step, const std::string& what,
                                const std::string& by) {
     doing(what);
-    const Outcome outcome = outcomeOf(target, step);
+    Outcome outcome = outcomeOf(target, step);
     noteException(outcome.exception);
     const int offset = messageIndexOffsetOf(target.provider());
     report(watch.answers.look(step.operation, outcome, offset), by);

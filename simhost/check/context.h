@@ -4,6 +4,7 @@
 
 #include <deque>
 #include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -143,7 +144,7 @@ class CheckContext {
     bool exceptionsCount = true;
     bool ended = false;
     bool abandoned = false; ///< the provider is left as it is, as nothing of it is safe any more
-    std::size_t findings = 0;
+    std::map<std::string, std::size_t> findings; ///< how many, by severity
 };
 
 } // namespace kzfi_simhost

@@ -5,6 +5,7 @@
 extern "C" {
 
 /// Of a sanitizer that has an allocator of its own; missing otherwise.
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the sanitizer's name.
 __attribute__((weak)) std::size_t __sanitizer_get_current_allocated_bytes();
 }
 

@@ -1,6 +1,6 @@
 // Nodes that come and go, and what a provider may do to them.
+#include <algorithm>
 #include <cstdlib>
-#include <cstring>
 #include <set>
 
 #include "context.h"
@@ -31,7 +31,7 @@ void beginOrSkip(CheckContext& c, const std::string& node) {
 
 /// Sets values of the node that are not its defaults, or skips the check.
 ParameterValues setOrSkip(CheckContext& c, const std::string& node) {
-    const ParameterValues other = otherValues(c, node);
+    ParameterValues other = otherValues(c, node);
     if (other.values.empty() || setValues(c, node, other) != KZFI_OK) {
         c.skip(SkipReason::NOT_CONFIGURED, "parameters of '" + node + "'");
     }
@@ -199,10 +199,10 @@ void freeNames(const kfi_domain& node) {
 void thousandNodes(CheckContext& c) {
     const int count = 1000;
     kzfi_pdk_4_4::CFiPluginBase& provider = c.start().provider();
-    std::vector<kfi_domain*> nodes;
-    for (int i = 0; i < count; ++i) {
-        nodes.push_back(c.stranger(c.firstNode() + " (" + std::to_string(i) + ")"));
-    }
+    std::vector<kfi_domain*> nodes(count);
+    std::generate(nodes.begin(), nodes.end(), [&, i = 0]() mutable {
+        return c.stranger(c.firstNode() + " (" + std::to_string(i++) + ")");
+    });
     const std::size_t kept = keptPerTurn({1, 1, count}, [&] {
         c.guarded("initNode of 1,000 nodes", [&] {
             for (kfi_domain* const node : nodes) {
@@ -254,12 +254,10 @@ void expectUnchanged(CheckContext& c, const std::string& operation, const std::s
                      const std::map<Part, std::string>& before,
                      const std::map<Part, std::string>& now) {
     const std::set<Part> mayChange = changedBy(operation);
-    for (const auto& [part, bytes] : before) {
-        if (mayChange.count(part) == 0 && now.at(part) != bytes) {
-            c.fail(operation + " wrote to the record of " + which);
-            return;
-        }
-    }
+    const bool kept = std::all_of(before.begin(), before.end(), [&](const auto& each) {
+        return mayChange.count(each.first) != 0 || now.at(each.first) == each.second;
+    });
+    c.expect(kept, operation + " wrote to the record of " + which);
 }
 
 void inputsStay(CheckContext& c) {

@@ -122,13 +122,9 @@ void outputsStayOnError(CheckContext& c) {
 
 /// Texts and numbers that an operation may meet, however little it likes them.
 void validInput(CheckContext& c, ProbeRequest request) {
-    const std::string texts[] = {std::string(70000, 'x'),
-                                 "Gr\xC3\xB6\xC3\x9F"
-                                 "e",
-                                 "<a>&amp;</b>",
-                                 "%s%n%d",
-                                 "\xFF\xFE",
-                                 "UDID##A##B##C"};
+    const std::string texts[] = {
+        std::string(70000, 'x'), "Gr\xC3\xB6\xC3\x9Fte", "<a>&amp;</b>", "%s%n%d", "\xFF\xFE",
+        "UDID##A##B##C"};
     for (const std::string& text : texts) {
         request.text = text;
         for (const Probe& probe : probes()) {

@@ -92,7 +92,8 @@ class Flow {
         bool good = true;
         for (std::size_t i = begin; i < end; ++i) {
             const std::string found = difference(i, call(i));
-            good = c.expect(found.empty(), titleOf(steps[i]) + when + ": " + found) && good;
+            const std::string step = titleOf(steps[i]) + when;
+            good = c.expect(found.empty(), step + ": " + found) && good;
         }
         return good;
     }
@@ -157,18 +158,19 @@ void againIsTheSame(CheckContext& c) {
 /// A failure leaves the files as they were; dispose may have removed some already.
 void expectNothingLeft(CheckContext& c, const std::string& operation, const Files& before,
                        const std::string& when) {
-    for (const auto& [name, content] : filesBelow(c.root())) {
+    const std::string failed = operation + " failed " + when;
+    const Files now = filesBelow(c.root());
+    for (const auto& [name, content] : now) {
         const auto old = before.find(name);
         if (old == before.end()) {
-            c.fail(operation + " failed " + when + " and left " + name);
+            c.fail(failed + " and left " + name);
         } else if (old->second != content) {
-            c.fail(operation + " failed " + when + " and changed " + name);
+            c.fail(failed + " and changed " + name);
         }
     }
-    const Files now = filesBelow(c.root());
     for (const auto& file : before) {
         c.expect(operation == "dispose" || now.count(file.first) != 0,
-                 operation + " failed " + when + " and removed " + file.first);
+                 failed + " and removed " + file.first);
     }
 }
 

@@ -80,7 +80,7 @@ Lines threadsOf(pid_t process) {
 /// Asks one thread, and waits for the end of its answer.
 void ask(pid_t process, const std::string& thread, const std::string& file, Lines& stacks) {
     const Lines before = linesOfFile(file);
-    const long id = std::atol(thread.c_str());
+    const long id = std::strtol(thread.c_str(), nullptr, 10);
     syscall(SYS_tgkill, process, static_cast<pid_t>(id), stackSignal());
     Lines now = before;
     for (int i = 0; i < ANSWER_MILLISECONDS && endsIn(now) == endsIn(before);

@@ -25,9 +25,9 @@ std::string nodeOf(CheckContext& c, int thread) {
 }
 
 std::vector<Answers> oneAfterTheOther(const Work& work) {
-    std::vector<Answers> all;
+    std::vector<Answers> all(THREADS);
     for (int i = 0; i < THREADS; ++i) {
-        all.push_back(work(i));
+        all[static_cast<std::size_t>(i)] = work(i);
     }
     return all;
 }
@@ -35,6 +35,7 @@ std::vector<Answers> oneAfterTheOther(const Work& work) {
 std::vector<Answers> allAtOnce(const Work& work) {
     std::vector<Answers> all(THREADS);
     std::vector<std::thread> threads;
+    threads.reserve(THREADS);
     for (int i = 0; i < THREADS; ++i) {
         threads.emplace_back([&, i] { all[static_cast<std::size_t>(i)] = work(i); });
     }

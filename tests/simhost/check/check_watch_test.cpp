@@ -90,6 +90,19 @@ TEST_F(CheckWatchTest, ShowsTheFirstOfManyLines) {
     EXPECT_EQ(result.findings.back().text, "and 10 more");
 }
 
+TEST_F(CheckWatchTest, ShowsAFailureBehindManyWarnings) {
+    const CheckResult result = moody("good", [](CheckContext& c) {
+        for (int i = 0; i < 25; ++i) {
+            c.warn("odd " + std::to_string(i));
+        }
+        c.fail("wrong");
+    });
+    EXPECT_EQ(result.verdict, Verdict::FAIL);
+    ASSERT_EQ(result.findings.size(), 22U);
+    EXPECT_EQ(result.findings[20].text, "wrong");
+    EXPECT_EQ(result.findings[21].text, "and 5 more");
+}
+
 TEST_F(CheckWatchTest, KnowsWhatTheKitItselfFrees) {
     EXPECT_EQ(moody("free a list").verdict, Verdict::PASS);
     EXPECT_EQ(moody("free a host text").verdict, Verdict::PASS);
