@@ -12,7 +12,6 @@ using testing::ElementsAre;
 using testing::Field;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::StartsWith;
 
 auto failing(const std::string& text) {
     return AllOf(Field(&FoundLine::fails, true), Field(&FoundLine::text, HasSubstr(text)));

@@ -206,9 +206,11 @@ class Sound : public CFiPluginBase {
     SoundMessages messages;
 };
 
+// NOLINTBEGIN(bugprone-macro-parentheses): neither a type nor a declaration takes any.
 #define KZFI_TWIN(Class)                                                                           \
     extern "C" KZFI_PDK_API CFiPluginBase* kzfi_create_provider(void) {                            \
         return new Class;                                                                          \
     }
+// NOLINTEND(bugprone-macro-parentheses)
 
 #endif
