@@ -16,9 +16,7 @@ Workshop::Workshop() {
     fs::create_directories(path("tmp"));
     fs::create_directory_symlink(KZFI_TREE "/include", path("include"));
     fs::create_directory_symlink(KZFI_BUILD "/samples", path("samples"));
-    for (const char* preset : {"demo", "release"}) {
-        fs::create_directory_symlink(KZFI_BUILD, path("build/") + preset);
-    }
+    fs::create_directory_symlink(KZFI_BUILD, path("build/release"));
     environment = "export TMPDIR='" + path("tmp") + "' PATH='" KZFI_BUILD "/simhost':\"$PATH\"\n";
 }
 
