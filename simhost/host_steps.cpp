@@ -35,7 +35,7 @@ Outcome fill(Call& call) {
     }
     std::error_code error;
     fs::create_directories(fs::path(path).parent_path(), error);
-    std::ofstream(path, std::ios::app | std::ios::binary);
+    std::ofstream(path, std::ios::app | std::ios::binary).close();
     std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
     std::mt19937_64 random(static_cast<std::uint64_t>(call.number("seed")));
     std::vector<std::uint64_t> block(BLOCK / sizeof(std::uint64_t));

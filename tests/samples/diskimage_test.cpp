@@ -10,7 +10,7 @@ using testing::StartsWith;
 
 namespace fs = std::filesystem;
 
-const std::size_t SIZE = 3 * 1048576;
+const std::size_t SIZE = std::size_t{3} * 1048576;
 
 TEST_F(DiskImageTest, ARawDiskGoesToAQcow2SnapshotAndBack) {
     const std::string before = noise(SIZE, 1);
