@@ -63,6 +63,7 @@ bool canWatchFree() {
 
 extern "C" {
 
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the C library calls its own so.
 void __libc_free(void* buffer);
 
 /// In place of the C library's, for all that is loaded into this program.
