@@ -8,7 +8,6 @@
 #include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/sax2/XMLReaderFactory.hpp>
 #include <xercesc/util/PlatformUtils.hpp>
-#include <xercesc/util/XMLString.hpp>
 #include <xercesc/util/XMLUni.hpp>
 
 #include "config/documentwatch.h"
@@ -16,7 +15,6 @@
 
 namespace kzfi_pdk_4_4 {
 
-using xercesc::XMLString;
 using xercesc::XMLUni;
 
 namespace {
@@ -93,7 +91,7 @@ struct SpareParserEnd {
 } spareParserEnd;
 
 /// After a longer text a reader holds too much memory to be kept, and its making did not matter.
-constexpr std::size_t SHORT_TEXT = 256 * 1024;
+constexpr std::size_t SHORT_TEXT = std::size_t{256} * 1024;
 
 /// Whether bytes begin with this literal.
 template <std::size_t Size>

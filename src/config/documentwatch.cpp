@@ -22,7 +22,7 @@ constexpr XMLSize_t EXPANSION_LIMIT = 1000;
 /// Characters that a document may deliver: a document that does not unfold delivers less than it
 /// has bytes.
 constexpr std::size_t CEILING_FACTOR = 64;
-constexpr std::size_t CEILING_BASE = 1024 * 1024;
+constexpr std::size_t CEILING_BASE = std::size_t{1024} * 1024;
 
 /// What a tag counts for, beside its attributes.
 constexpr std::size_t TAG_LENGTH = 8;
