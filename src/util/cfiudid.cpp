@@ -28,7 +28,8 @@ CFiUdid::CFiUdid(const tstring& text) : fourFieldFlag(0), prefix(PREFIX) {
 }
 
 void CFiUdid::parse(const std::string& argument) {
-    // A copy: the argument may be one of the fields. NOLINTNEXTLINE(performance-unnecessary-copy-*)
+    // A copy: the argument may be one of the fields.
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
     const std::string text = argument;
     field1.clear();
     field2.clear();

@@ -6,9 +6,7 @@ namespace {
 class Twin : public Sound {
   public:
     int config(kfi_domain* node, int mode, char* session, kfi_confspec* spec) override {
-        CFiConfigParamDataList values;
-        if (mode == KZFI_CONFIG_SET && spec != nullptr && spec->text != nullptr &&
-            values.parse(spec->text) != KZFI_OK) {
+        if (isUnreadable(mode, spec)) {
             spec->text = nullptr;
             return KZFI_OK;
         }

@@ -1,24 +1,12 @@
 // Describes another default than it has.
-#include "twin.h"
+#include "described.h"
 
 namespace {
 
-class Twin : public Sound {
-  public:
-    int init() override {
-        const int status = Sound::init();
-        described = globalConfigInfo[0][0];
-        described.entries()["verify"].defaultValue = "false";
-        described.updateXML();
-        return status;
+class Twin : public Described {
+    void change(CFiConfigParamInfoList& parameters) override {
+        parameters.entries()["verify"].defaultValue = "false";
     }
-
-    CFiConfigParamInfoList* globalConfigInfoList(int index, bool second) override {
-        return index == 0 && !second ? &described : Sound::globalConfigInfoList(index, second);
-    }
-
-  private:
-    CFiConfigParamInfoList described;
 };
 
 } // namespace

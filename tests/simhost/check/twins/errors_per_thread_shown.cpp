@@ -7,11 +7,6 @@ namespace {
 
 class Twin : public Sound {
   public:
-    int init() override {
-        home = std::this_thread::get_id();
-        return Sound::init();
-    }
-
     int prepare(char* session, kfi_splitnode** nodes, int count, int options) override {
         const int status = Sound::prepare(session, nodes, count, options);
         if (status != KZFI_OK && std::this_thread::get_id() == home) {
@@ -40,7 +35,7 @@ class Twin : public Sound {
     }
 
   private:
-    std::thread::id home;
+    const std::thread::id home = std::this_thread::get_id();
     std::mutex lock;
     std::string text;
     kfi_msg_info first = {};

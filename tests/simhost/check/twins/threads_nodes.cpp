@@ -7,11 +7,6 @@ namespace {
 
 class Twin : public Sound {
   public:
-    int init() override {
-        home = std::this_thread::get_id();
-        return Sound::init();
-    }
-
     int config(kfi_domain* node, int mode, char* session, kfi_confspec* spec) override {
         if (mode == KZFI_CONFIG_SET && std::this_thread::get_id() != home) {
             return KZFI_ERR_FAILED;
@@ -20,7 +15,7 @@ class Twin : public Sound {
     }
 
   private:
-    std::thread::id home;
+    const std::thread::id home = std::this_thread::get_id();
 };
 
 } // namespace

@@ -33,6 +33,13 @@ inline std::string nameOf(const kfi_domain* node) {
     return named ? node->objid->name : "";
 }
 
+/// Whether this sets values from a text that cannot be read.
+inline bool isUnreadable(int mode, const kfi_confspec* spec) {
+    CFiConfigParamDataList values;
+    return mode == KZFI_CONFIG_SET && spec != nullptr && spec->text != nullptr &&
+           values.parse(spec->text) != KZFI_OK;
+}
+
 /// A record for each node that was initialised, by name.
 class SoundRecords : public CFiPrivateDataFactory {
   public:
