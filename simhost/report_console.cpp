@@ -5,15 +5,11 @@
 #include <sstream>
 
 #include "report.h"
+#include "terminal.h"
 #include "text_tools.h"
 
 namespace kzfi_simhost {
 namespace {
-
-const char* const RED = "31";
-const char* const GREEN = "32";
-const char* const YELLOW = "33";
-const char* const BOLD = "1";
 
 const std::size_t WIDEST_TITLE = 60;
 const std::size_t COLUMN = 56;
@@ -83,7 +79,7 @@ void writeExcerpt(std::ostream& out, const std::string& heading,
 }
 
 std::string ConsoleReport::coloured(const char* code, const std::string& text) const {
-    return colours ? std::string("\033[") + code + "m" + text + "\033[0m" : text;
+    return colours ? inColour(code, text) : text;
 }
 
 void ConsoleReport::label(const char* name, const std::string& value) {

@@ -11,4 +11,8 @@ std::size_t terminalColumns(int descriptor) {
     return known ? size.ws_col : usual;
 }
 
+std::string inColour(const char* code, const std::string& text) {
+    return std::string("\033[") + code + "m" + text + "\033[0m";
+}
+
 } // namespace kzfi_simhost

@@ -3,11 +3,21 @@
 #define KZFI_SIMHOST_TERMINAL_H
 
 #include <cstddef>
+#include <string>
 
 namespace kzfi_simhost {
 
 /// The columns of the terminal behind the descriptor; 80 where it does not say.
 std::size_t terminalColumns(int descriptor);
+
+/// What a text is shown in: codes of ECMA-48, Select Graphic Rendition.
+inline constexpr const char* BOLD = "1";
+inline constexpr const char* RED = "31";
+inline constexpr const char* GREEN = "32";
+inline constexpr const char* YELLOW = "33";
+
+/// The text as a terminal shows it in that colour.
+std::string inColour(const char* code, const std::string& text);
 
 } // namespace kzfi_simhost
 

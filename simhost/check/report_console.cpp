@@ -2,15 +2,11 @@
 #include <iomanip>
 
 #include "report.h"
+#include "terminal.h"
 #include "text_tools.h"
 
 namespace kzfi_simhost {
 namespace {
-
-const char* const RED = "31";
-const char* const GREEN = "32";
-const char* const YELLOW = "33";
-const char* const BOLD = "1";
 
 const std::size_t NAME_WIDTH = 34;
 const std::size_t BAR_WIDTH = 24;
@@ -54,7 +50,7 @@ const std::vector<std::string>& traceOf(const CheckResult& result) {
 } // namespace
 
 std::string CheckConsole::coloured(const char* code, const std::string& text) const {
-    return colours ? std::string("\033[") + code + "m" + text + "\033[0m" : text;
+    return colours ? inColour(code, text) : text;
 }
 
 void CheckConsole::begin(const Check& check, std::size_t index, std::size_t count) {

@@ -15,7 +15,7 @@
 namespace kzfi_simhost {
 namespace {
 
-struct Options {
+struct CheckOptions {
     std::string provider;
     std::string config;
     std::string root;
@@ -28,7 +28,7 @@ struct Options {
     bool list = false;
 };
 
-Scenario configurationFor(const Options& options) {
+Scenario configurationFor(const CheckOptions& options) {
     if (options.provider.empty()) {
         throw CannotRun("check: no provider is named");
     }
@@ -42,7 +42,7 @@ Scenario configurationFor(const Options& options) {
     return configuration;
 }
 
-CheckReport runAll(const Options& options, const std::vector<const Check*>& selected) {
+CheckReport runAll(const CheckOptions& options, const std::vector<const Check*>& selected) {
     const Scenario configuration = configurationFor(options);
     const HostRoot root(options.root);
     const std::size_t columns = isatty(STDOUT_FILENO) != 0 ? terminalColumns(STDOUT_FILENO) : 0;
@@ -57,7 +57,7 @@ CheckReport runAll(const Options& options, const std::vector<const Check*>& sele
     return report;
 }
 
-int check(const Options& options) {
+int check(const CheckOptions& options) {
     const std::vector<const Check*> selected = checksLike(options.only);
     if (selected.empty()) {
         throw CannotRun("--only: no check is called like '" + options.only + "'");
@@ -82,7 +82,7 @@ int check(const Options& options) {
 } // namespace
 
 void addCheckCommand(CLI::App& app, Action& action) {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<CheckOptions>();
     CLI::App& command = *app.add_subcommand("check", "Checks whether a provider keeps the rules");
     command.add_option("provider", options->provider, "The provider, a shared object");
     command.add_option("--config", options->config,

@@ -11,14 +11,14 @@
 namespace kzfi_simhost {
 namespace {
 
-struct Options {
+struct DescribeOptions {
     std::string provider;
     std::string root;
     std::string json;
     double deadline = 10;
 };
 
-int describe(const Options& options) {
+int describe(const DescribeOptions& options) {
     const HostRoot root(options.root);
     const Description description = describeProvider(
         std::filesystem::absolute(options.provider).lexically_normal(), root, options.deadline);
@@ -32,7 +32,7 @@ int describe(const Options& options) {
 } // namespace
 
 void addDescribeCommand(CLI::App& app, Action& action) {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<DescribeOptions>();
     CLI::App& command = *app.add_subcommand(
         "describe", "Prints a provider's names, parameters and what its operations answer");
     command.add_option("provider", options->provider, "The provider, a shared object")->required();

@@ -9,13 +9,13 @@
 namespace kzfi_simhost {
 namespace {
 
-struct Options {
+struct NewOptions {
     std::string name;
     std::string folder;
     bool interposer = false;
 };
 
-int makeProject(const Options& options) {
+int makeProject(const NewOptions& options) {
     const std::string objection = objectionTo(options.name);
     if (!objection.empty()) {
         throw CannotRun("a provider cannot be called '" + options.name + "': " + objection);
@@ -34,7 +34,7 @@ int makeProject(const Options& options) {
 } // namespace
 
 void addNewCommand(CLI::App& app, Action& action) {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<NewOptions>();
     CLI::App& command =
         *app.add_subcommand("new", "Writes a provider project: source, texts, scenario, build, CI");
     command.add_option("name", options->name, "The provider's name")->required();

@@ -15,7 +15,7 @@
 namespace kzfi_simhost {
 namespace {
 
-struct Options {
+struct RunOptions {
     std::string scenario;
     std::string root;
     std::string json;
@@ -51,7 +51,7 @@ RunReport runOnConsole(const Scenario& scenario, const HostRoot& root, ConsoleRe
         isatty(STDOUT_FILENO) != 0 ? show : nullptr);
 }
 
-int run(const Options& options) {
+int run(const RunOptions& options) {
     const Scenario scenario = readScenario(options.scenario);
     const HostRoot root(options.root);
     ConsoleReport console(std::cout, useColours(options.colour));
@@ -76,7 +76,7 @@ int run(const Options& options) {
 } // namespace
 
 void addRunCommand(CLI::App& app, Action& action) {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<RunOptions>();
     CLI::App& command =
         *app.add_subcommand("run", "Loads the scenario's provider and walks through its steps");
     command.add_option("scenario", options->scenario, "The scenario, a YAML file")->required();

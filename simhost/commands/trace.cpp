@@ -14,7 +14,7 @@
 namespace kzfi_simhost {
 namespace {
 
-struct Options {
+struct TraceOptions {
     std::string file;
     std::string chrome;
     std::string colour = "auto";
@@ -22,7 +22,7 @@ struct Options {
     bool errors = false;
 };
 
-void writeChromeFile(const Options& options, const CallTree& tree) {
+void writeChromeFile(const TraceOptions& options, const CallTree& tree) {
     std::error_code none;
     if (std::filesystem::equivalent(options.file, options.chrome, none)) {
         throw CannotRun("cannot write " + options.chrome + ": it is the trace file");
@@ -35,7 +35,7 @@ void writeChromeFile(const Options& options, const CallTree& tree) {
     }
 }
 
-int trace(const Options& options) {
+int trace(const TraceOptions& options) {
     TraceReader reader(options.file);
     CallTree tree;
     for (TraceLine line; reader.next(line);) {
@@ -59,7 +59,7 @@ int trace(const Options& options) {
 } // namespace
 
 void addTraceCommand(CLI::App& app, Action& action) {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<TraceOptions>();
     CLI::App& command = *app.add_subcommand(
         "trace", "Shows a provider's trace file as a call tree with times, thread by thread");
     command.add_option("file", options->file, "The trace file")->required();

@@ -6,7 +6,7 @@
 namespace kzfi_simhost {
 namespace {
 
-const std::string ENTRY = "Entering Function ";
+const std::string ENTERING = "Entering Function ";
 const std::string EXIT = "Exiting Function ";
 
 bool startsWith(const std::string& text, const std::string& start) {
@@ -73,8 +73,8 @@ void CallTree::add(const TraceLine& line) {
     Thread& thread = threadOf(line);
     const std::size_t firstEnd = line.text.find('\n');
     const std::string first = line.text.substr(0, firstEnd);
-    if (startsWith(first, ENTRY)) {
-        addEntry(thread, line, first.substr(ENTRY.size()));
+    if (startsWith(first, ENTERING)) {
+        addEntry(thread, line, first.substr(ENTERING.size()));
     } else if (startsWith(first, EXIT)) {
         addExit(thread, line, first.substr(EXIT.size()));
     } else {

@@ -3,14 +3,11 @@
 #include <algorithm>
 #include <iomanip>
 
+#include "../terminal.h"
 #include "../text_tools.h"
 
 namespace kzfi_simhost {
 namespace {
-
-const char* const RED = "31";
-const char* const YELLOW = "33";
-const char* const BOLD = "1";
 
 const std::size_t CLOCK_WIDTH = 15;
 const int LENGTH_WIDTH = 12;
@@ -69,8 +66,7 @@ std::string further(std::size_t count, const char* what) {
 } // namespace
 
 std::string TreeText::coloured(const char* code, const std::string& text) const {
-    return options.colours && code != nullptr ? std::string("\033[") + code + "m" + text + "\033[0m"
-                                              : text;
+    return options.colours && code != nullptr ? inColour(code, text) : text;
 }
 
 void TreeText::print(const ThreadTrace& thread) {

@@ -182,7 +182,7 @@ TEST(FormatOptionList, GivesOnePlaceholderForUnknownNames) {
 }
 
 /// A list in which every field is set, with another text than its entries would give.
-CFiFormatOptionList fullList() {
+CFiFormatOptionList allOptions() {
     CFiFormatOptionList list;
     CFiFormatOption stored = option("fmt", "raw");
     stored.valueList = {"x"};
@@ -208,7 +208,7 @@ void expectFull(CFiFormatOptionList& list) {
 TEST(FormatOptionList, CopiesEntriesPlaceholderAndText) {
     CFiFormatOptionList assigned = readOptions(options(entry("other", "1")));
     {
-        CFiFormatOptionList source = fullList();
+        CFiFormatOptionList source = allOptions();
         const CFiFormatOptionList copy(source);
         source.clear();
         assigned = copy;

@@ -42,7 +42,7 @@ Function* original(const char* name) {
 }
 
 // Writes down the texts that it receives, and counts the messages.
-class Recorder : public CFiErrorHandlerBase {
+class TextRecorder : public CFiErrorHandlerBase {
   public:
     void handleMessage(CFiMessagePtr) override { ++messages; }
     void handleText(const char* text, kfi_eseverity severity) override {
@@ -80,7 +80,7 @@ class StatusMessage : public testing::Test {
         return handler.texts.empty() ? "nothing" : handler.texts.back().first;
     }
 
-    Recorder handler;
+    TextRecorder handler;
     CFiErrorManager manager;
 };
 
@@ -174,7 +174,7 @@ TEST_F(StatusMessage, IsWellFormedForAPlainResource) {
 }
 
 TEST_F(StatusMessage, GoesToEveryHandlerWithSeverityFive) {
-    Recorder second;
+    TextRecorder second;
     manager.registerHandler(&second);
     AutoDereference<StatusMsg> none;
     manager.reportStatusMsg(none, "disk");
@@ -304,8 +304,8 @@ TEST_F(StatusMessage, IsPushedWholeOrNotAtAllWhenMemoryIsShort) {
 TEST(StatusMessages, MayBeReportedBySeveralThreads) {
     CFiErrorManager manager;
     std::vector<std::thread> threads;
-    std::vector<Recorder> handlers(4);
-    for (Recorder& handler : handlers) {
+    std::vector<TextRecorder> handlers(4);
+    for (TextRecorder& handler : handlers) {
         threads.emplace_back([&manager, &handler] {
             CFiErrorManager own;
             own.registerHandler(&handler);
@@ -319,7 +319,7 @@ TEST(StatusMessages, MayBeReportedBySeveralThreads) {
     for (std::thread& thread : threads) {
         thread.join();
     }
-    for (const Recorder& handler : handlers) {
+    for (const TextRecorder& handler : handlers) {
         ASSERT_EQ(handler.texts.size(), 100u);
         EXPECT_THAT(handler.texts.back().first, HasSubstr("<KfmsResource>own</KfmsResource>"));
     }
