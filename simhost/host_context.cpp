@@ -11,10 +11,10 @@ using namespace kzfi_pdk_4_4;
 namespace fs = std::filesystem;
 
 /// Reaches a provider's protected FIM name; never made itself.
-class Peek : public CFiPluginBase {
+class NamePeek : public CFiPluginBase {
   public:
     static const std::string& fimNameIn(CFiPluginBase& provider) {
-        return provider.*(&Peek::fimName);
+        return provider.*(&NamePeek::fimName);
     }
 };
 
@@ -27,7 +27,7 @@ std::string nameFromFile(const std::string& file) {
 } // namespace
 
 std::string fimNameOf(CFiPluginBase& provider) {
-    return Peek::fimNameIn(provider);
+    return NamePeek::fimNameIn(provider);
 }
 
 HostContext::HostContext(const Scenario& setting, const HostRoot& root,

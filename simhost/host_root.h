@@ -46,6 +46,9 @@ class HostRoot {
     std::string folder;
 };
 
+/// As many lines as a report shows of a file.
+inline constexpr std::size_t LAST_LINES = 6;
+
 /// The last count lines of what a file holds behind its first from bytes; fewer when there are
 /// fewer, none when it cannot be read.
 std::vector<std::string> lastLines(const std::string& path, std::size_t count,

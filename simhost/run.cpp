@@ -14,8 +14,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-const std::size_t LAST_LINES = 6;
-
 Result resultOf(ChildEnd::Kind kind) {
     switch (kind) {
     case ChildEnd::KILLED:

@@ -85,6 +85,10 @@ std::string fitted(const std::string& text, std::size_t width) {
     return shown + std::string(width - lengthOf(shown), ' ');
 }
 
+bool startsWith(const std::string& text, const std::string& beginning) {
+    return text.compare(0, beginning.size(), beginning) == 0;
+}
+
 std::vector<std::string> linesOf(const std::string& text) {
     std::vector<std::string> lines;
     std::size_t start = 0;

@@ -14,6 +14,9 @@ std::size_t lengthOf(const std::string& text);
 /// The text with blanks up to width columns, or cut to it with "..." at its end.
 std::string fitted(const std::string& text, std::size_t width);
 
+/// Whether text begins with beginning.
+bool startsWith(const std::string& text, const std::string& beginning);
+
 /// The lines of a text; one empty line for the empty text.
 std::vector<std::string> linesOf(const std::string& text);
 

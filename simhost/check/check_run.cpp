@@ -15,8 +15,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-const std::size_t LAST_LINES = 6;
-
 /// How far the provider comes without any check.
 struct Standing {
     Needs reached = Needs::NOTHING;
@@ -188,9 +186,9 @@ std::string firstWords(const CheckResult& result) {
     return result.detail;
 }
 
-class Runner {
+class CheckRunner {
   public:
-    Runner(const Scenario& newScenario, const HostRoot& newRoot)
+    CheckRunner(const Scenario& newScenario, const HostRoot& newRoot)
         : scenario(newScenario),
           root(newRoot) {
         report.provider = scenario.provider;
@@ -276,7 +274,7 @@ std::vector<const Check*> checksLike(const std::string& pattern) {
 
 CheckReport runChecks(const std::vector<const Check*>& selected, const Scenario& configuration,
                       const HostRoot& root, const CheckListener& listener) {
-    return Runner(configuration, root).run(selected, listener);
+    return CheckRunner(configuration, root).run(selected, listener);
 }
 
 } // namespace kzfi_simhost

@@ -92,7 +92,7 @@ void refusesDecoys(CheckContext& c) {
 
 /// The files below the root, but for what the checker itself has there, with what a change of one
 /// would change.
-std::map<std::string, std::string> filesBelow(const HostRoot& root) {
+std::map<std::string, std::string> statesBelow(const HostRoot& root) {
     std::map<std::string, std::string> files;
     std::error_code error;
     for (const fs::directory_entry& entry : fs::recursive_directory_iterator(root.path(), error)) {
@@ -131,13 +131,13 @@ void hasNoSideEffects(CheckContext& c) {
         host.nodes().findOrMake(object);
     }
     c.call("initNode");
-    const auto files = filesBelow(c.root());
+    const auto files = statesBelow(c.root());
     const Json answers = answersFor(c, objects);
     for (const std::string& object : objects) {
         ask(c, object);
         c.expect(answersFor(c, objects) == answers,
                  "after claim of '" + object + "' config or supportsFiType answers otherwise");
-        c.expect(filesBelow(c.root()) == files,
+        c.expect(statesBelow(c.root()) == files,
                  "claim of '" + object + "' changed files below the install root");
     }
 }

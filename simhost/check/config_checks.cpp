@@ -7,13 +7,14 @@
 #include "context.h"
 #include "parameter_values.h"
 #include "statuses.h"
+#include "text_tools.h"
 
 namespace kzfi_simhost {
 namespace {
 
 using namespace kzfi_pdk_4_4;
 
-const char* const LISTS[] = {"0", "1"};
+const char* const BOTH_LISTS[] = {"0", "1"};
 
 /// A node whose configuration can be asked for.
 std::string configurable(CheckContext& c) {
@@ -62,10 +63,6 @@ std::string textIn(const Outcome& outcome) {
     return outcome.text && outcome.text->is_string() ? outcome.text->get<std::string>() : "";
 }
 
-bool startsWith(const std::string& text, const std::string& beginning) {
-    return text.compare(0, beginning.size(), beginning) == 0;
-}
-
 std::size_t countOf(const std::string& text, const std::string& piece) {
     std::size_t count = 0;
     for (std::size_t at = text.find(piece); at != std::string::npos;
@@ -102,7 +99,7 @@ void judgeText(CheckContext& c, const Outcome& answer, const std::string& mode,
 
 void getIsWellFormed(CheckContext& c) {
     configurable(c);
-    for (const char* const list : LISTS) {
+    for (const char* const list : BOTH_LISTS) {
         judgeText<CFiConfigParamDataList>(c, config(c, "get", list), "GET", "ConfigValue");
         judgeText<CFiConfigParamInfoList>(c, config(c, "getparam", list), "GETPARAM",
                                           "ConfigParam");
@@ -111,7 +108,7 @@ void getIsWellFormed(CheckContext& c) {
 
 void getParamAgreesWithGet(CheckContext& c) {
     configurable(c);
-    for (const char* const list : LISTS) {
+    for (const char* const list : BOTH_LISTS) {
         const Json described = config(c, "getparam", list).values;
         const Json given = valuesNow(c, list);
         for (const auto& parameter : described.items()) {
@@ -370,7 +367,7 @@ void judgeLimit(CheckContext& c, const ParameterValues& parameters) {
 
 void limitsAreReported(CheckContext& c) {
     configurable(c);
-    for (const char* const list : LISTS) {
+    for (const char* const list : BOTH_LISTS) {
         const CFiConfigParamInfoList known(textIn(config(c, "getparam", list)).c_str());
         for (const auto& entry : known.entries()) {
             for (const std::string& value : outside(entry.second)) {

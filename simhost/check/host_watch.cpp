@@ -174,17 +174,21 @@ void hearOfFree(std::size_t size) {
 // ---- References ----
 
 /// Reaches what a provider was given; never made itself.
-class Peek : public CFiPluginBase {
+class ManagersPeek : public CFiPluginBase {
   public:
-    static CFiErrorManagerPtr errorsOf(CFiPluginBase& p) { return p.*(&Peek::errorManager); }
+    static CFiErrorManagerPtr errorsOf(CFiPluginBase& p) {
+        return p.*(&ManagersPeek::errorManager);
+    }
     static CFiMessageCatalogManagerPtr catalogsOf(CFiPluginBase& p) {
-        return p.*(&Peek::catalogManager);
+        return p.*(&ManagersPeek::catalogManager);
     }
     static CFiPrivateDataManagerPtr recordsOf(CFiPluginBase& p) {
-        return p.*(&Peek::privateDataManager);
+        return p.*(&ManagersPeek::privateDataManager);
     }
-    static CFiSessionManagerPtr sessionsOf(CFiPluginBase& p) { return p.*(&Peek::sessionManager); }
-    static CFiTraceLogPtr logOf(CFiPluginBase& p) { return p.*(&Peek::traceLog); }
+    static CFiSessionManagerPtr sessionsOf(CFiPluginBase& p) {
+        return p.*(&ManagersPeek::sessionManager);
+    }
+    static CFiTraceLogPtr logOf(CFiPluginBase& p) { return p.*(&ManagersPeek::traceLog); }
 };
 
 // The host's own, the provider's base, and the watch's.
@@ -268,8 +272,9 @@ struct ReferenceWatch::Held {
 };
 
 ReferenceWatch::ReferenceWatch(CFiPluginBase& provider)
-    : held(new Held{Peek::errorsOf(provider), Peek::catalogsOf(provider), Peek::recordsOf(provider),
-                    Peek::sessionsOf(provider), Peek::logOf(provider)}) {}
+    : held(new Held{ManagersPeek::errorsOf(provider), ManagersPeek::catalogsOf(provider),
+                    ManagersPeek::recordsOf(provider), ManagersPeek::sessionsOf(provider),
+                    ManagersPeek::logOf(provider)}) {}
 
 ReferenceWatch::~ReferenceWatch() = default;
 

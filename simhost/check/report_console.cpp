@@ -10,7 +10,7 @@ namespace {
 
 const std::size_t NAME_WIDTH = 34;
 const std::size_t BAR_WIDTH = 24;
-const char* const INDENT = "             ";
+const char* const DETAIL_INDENT = "             ";
 
 const char* colourOf(Verdict verdict) {
     switch (verdict) {
@@ -81,10 +81,10 @@ void CheckConsole::end(const CheckResult& result) {
            << fitted(result.check->name, NAME_WIDTH) << "  " << std::setw(9)
            << (result.verdict == Verdict::SKIP ? "" : timeText(result.seconds)) << "\n";
     if (const std::string reason = reasonOf(result); !reason.empty()) {
-        stream << INDENT << harmless(reason) << "\n";
+        stream << DETAIL_INDENT << harmless(reason) << "\n";
     }
     for (const FoundLine& line : result.findings) {
-        stream << INDENT << harmless(line.text) << "\n";
+        stream << DETAIL_INDENT << harmless(line.text) << "\n";
     }
     stream << std::flush;
 }

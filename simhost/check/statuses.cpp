@@ -9,10 +9,10 @@ namespace {
 const int LEAST_OWN = 100;
 
 /// Reaches a provider's protected offset; never made itself.
-class Peek : public kzfi_pdk_4_4::CFiPluginBase {
+class OffsetPeek : public kzfi_pdk_4_4::CFiPluginBase {
   public:
     static int offsetIn(kzfi_pdk_4_4::CFiPluginBase& provider) {
-        return provider.*(&Peek::messageIndexOffset);
+        return provider.*(&OffsetPeek::messageIndexOffset);
     }
 };
 
@@ -51,7 +51,7 @@ bool isFailure(const std::string& operation, int status) {
 }
 
 int messageIndexOffsetOf(kzfi_pdk_4_4::CFiPluginBase& provider) {
-    return Peek::offsetIn(provider);
+    return OffsetPeek::offsetIn(provider);
 }
 
 } // namespace kzfi_simhost

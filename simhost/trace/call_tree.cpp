@@ -3,15 +3,13 @@
 #include <algorithm>
 #include <cctype>
 
+#include "../text_tools.h"
+
 namespace kzfi_simhost {
 namespace {
 
 const std::string ENTERING = "Entering Function ";
 const std::string EXIT = "Exiting Function ";
-
-bool startsWith(const std::string& text, const std::string& start) {
-    return text.compare(0, start.size(), start) == 0;
-}
 
 bool isWordPart(char c) {
     return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_';

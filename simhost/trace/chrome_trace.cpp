@@ -10,7 +10,7 @@ namespace kzfi_simhost {
 namespace {
 
 /// Of a text that is the name of an event; all of it stands in the arguments.
-const std::size_t LONGEST_NAME = 120;
+const std::size_t LONGEST_EVENT_NAME = 120;
 
 class Writer {
   public:
@@ -81,7 +81,7 @@ class Writer {
         if (event.kind != TraceEvent::LINE) {
             return functionOf(text);
         }
-        std::size_t end = std::min(text.find('\n'), LONGEST_NAME);
+        std::size_t end = std::min(text.find('\n'), LONGEST_EVENT_NAME);
         // A character is not cut in two.
         while (end < text.size() && end > 0 && (text[end] & 0xC0) == 0x80) {
             --end;

@@ -205,14 +205,14 @@ TEST_F(StatusMessage, NeedsNoHandler) {
 }
 
 TEST_F(StatusMessage, PassesAHandlersException) {
-    class Thrower : public CFiErrorHandlerBase {
+    class ThrowingHandler : public CFiErrorHandlerBase {
       public:
         void handleMessage(CFiMessagePtr) override {}
         void handleText(const char*, kfi_eseverity) override {
             throw std::runtime_error("handler");
         }
     };
-    Thrower thrower;
+    ThrowingHandler thrower;
     manager.registerHandler(&thrower);
     AutoDereference<StatusMsg> message(busyTarget());
     EXPECT_THROW(manager.reportStatusMsg(message, nullptr), std::runtime_error);

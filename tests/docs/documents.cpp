@@ -1,7 +1,5 @@
 #include "documents.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cctype>
 #include <filesystem>
@@ -174,6 +172,13 @@ std::vector<std::string> anchorsOf(const std::string& document) {
         anchors.push_back(anchor);
     }
     return anchors;
+}
+
+std::string asTestName(const testing::TestParamInfo<std::string>& info) {
+    std::string name = info.param;
+    std::replace_if(
+        name.begin(), name.end(), [](unsigned char c) { return !std::isalnum(c); }, '_');
+    return name;
 }
 
 std::vector<int> indentedCodeIn(const std::string& document) {

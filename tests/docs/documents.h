@@ -2,6 +2,8 @@
 #ifndef KZFI_TESTS_DOCUMENTS_H
 #define KZFI_TESTS_DOCUMENTS_H
 
+#include <gtest/gtest.h>
+
 #include <ostream>
 #include <string>
 #include <vector>
@@ -34,6 +36,9 @@ struct Link {
 const std::vector<std::string>& documents();
 /// The path of something of the tree.
 std::string inTree(const std::string& path);
+
+/// What a test of a document is called: its path with only letters and digits.
+std::string asTestName(const testing::TestParamInfo<std::string>& info);
 
 std::vector<Block> blocksOf(const std::string& document);
 std::vector<Block> blocksOf(const std::string& document, const std::string& word);

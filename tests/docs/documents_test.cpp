@@ -4,7 +4,6 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <iterator>
 #include <map>
@@ -96,13 +95,6 @@ TEST_P(EveryDocument, SetsMachinesUpWithScriptsOfTheTree) {
             EXPECT_EQ(access(inTree(script).c_str(), X_OK), 0) << placeOf(block) << " " << line;
         }
     }
-}
-
-std::string asTestName(const testing::TestParamInfo<std::string>& info) {
-    std::string name = info.param;
-    std::replace_if(
-        name.begin(), name.end(), [](unsigned char c) { return !std::isalnum(c); }, '_');
-    return name;
 }
 
 INSTANTIATE_TEST_SUITE_P(Tree, EveryDocument, testing::ValuesIn(documents()), asTestName);

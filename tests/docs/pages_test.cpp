@@ -1,7 +1,6 @@
 // What stands on a page is built and run as it stands there.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <filesystem>
 
 #include "documents.h"
@@ -27,13 +26,6 @@ std::vector<std::string> documentsWith(const std::vector<std::string>& words) {
         }
     }
     return found;
-}
-
-std::string asTestName(const testing::TestParamInfo<std::string>& info) {
-    std::string name = info.param;
-    std::replace_if(
-        name.begin(), name.end(), [](unsigned char c) { return !std::isalnum(c); }, '_');
-    return name;
 }
 
 class Page : public testing::TestWithParam<std::string> {

@@ -17,6 +17,15 @@ TEST(TextToolsTest, LengthCountsColumns) {
     EXPECT_EQ(lengthOf("a\xff"), 2u);
 }
 
+TEST(TextToolsTest, ATextStartsWithItsBeginning) {
+    EXPECT_TRUE(startsWith("entering", "enter"));
+    EXPECT_TRUE(startsWith("enter", "enter"));
+    EXPECT_TRUE(startsWith("enter", ""));
+    EXPECT_FALSE(startsWith("enter", "entering"));
+    EXPECT_FALSE(startsWith("reenter", "enter"));
+    EXPECT_FALSE(startsWith("", "enter"));
+}
+
 TEST(TextToolsTest, FittedFillsOrCuts) {
     EXPECT_EQ(fitted("ab", 4), "ab  ");
     EXPECT_EQ(fitted("abcd", 4), "abcd");
