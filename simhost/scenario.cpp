@@ -1,5 +1,6 @@
 #include "scenario.h"
 
+#include <yaml-cpp/eventhandler.h>
 #include <yaml-cpp/yaml.h>
 
 #include <algorithm>
@@ -10,6 +11,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 
 #include "operations.h"
 #include "text_tools.h"
@@ -28,6 +30,28 @@ std::string joined(const std::vector<std::string>& words) {
 bool contains(const std::vector<std::string>& words, const std::string& word) {
     return std::find(words.begin(), words.end(), word) != words.end();
 }
+
+/// Answers are texts, lists of them, and lists of such lists.
+const int DEEPEST_VALUE = 2;
+
+/// Where the document that a parser read last begins, counted from 0; leaves out what is in it.
+class DocumentLines : public YAML::EventHandler {
+  public:
+    int last = 0;
+
+    void OnDocumentStart(const YAML::Mark& mark) override { last = mark.line; }
+    void OnDocumentEnd() override {}
+    void OnNull(const YAML::Mark&, YAML::anchor_t) override {}
+    void OnAlias(const YAML::Mark&, YAML::anchor_t) override {}
+    void OnScalar(const YAML::Mark&, const std::string&, YAML::anchor_t,
+                  const std::string&) override {}
+    void OnSequenceStart(const YAML::Mark&, const std::string&, YAML::anchor_t,
+                         YAML::EmitterStyle::value) override {}
+    void OnSequenceEnd() override {}
+    void OnMapStart(const YAML::Mark&, const std::string&, YAML::anchor_t,
+                    YAML::EmitterStyle::value) override {}
+    void OnMapEnd() override {}
+};
 
 /// Turns YAML into the scenario's values; every complaint carries the line.
 class Reader {
@@ -67,7 +91,7 @@ class Reader {
     Words texts(const Node& node, const std::string& what) const;
     Words textOrTexts(const Node& node, const std::string& what) const;
     Json parameters(const Node& node, const std::string& what) const;
-    Json expectedValue(const Node& node, const std::string& what) const;
+    Json expectedValue(const Node& node, const std::string& what, int depth = 0) const;
 
     void readHead(const Node& root);
     void readSteps(const Node& root, const char* key);
@@ -99,12 +123,16 @@ YAML::Node Reader::load() const {
     if (errno == EISDIR || !stream) {
         throw CannotRun(file + ": the file cannot be read: " + std::strerror(errno));
     }
+    std::stringstream content;
+    content << stream.rdbuf();
     try {
-        const std::vector<YAML::Node> documents = YAML::LoadAll(stream);
-        if (documents.size() > 1) {
-            fail(documents[1].Mark().line + 1, "a scenario is one document");
+        DocumentLines lines;
+        YAML::Parser parser(content);
+        // Not all of them: of some malformed texts the library makes documents without end.
+        if (parser.HandleNextDocument(lines) && parser.HandleNextDocument(lines)) {
+            fail(lines.last + 1, "a scenario is one document");
         }
-        return documents.empty() ? YAML::Node() : documents[0];
+        return YAML::Load(content.str());
     } catch (const YAML::ParserException& e) {
         fail(e.mark.line + 1, "not YAML: " + e.msg);
     }
@@ -220,11 +248,15 @@ Json Reader::parameters(const Node& node, const std::string& what) const {
     return map;
 }
 
-Json Reader::expectedValue(const Node& node, const std::string& what) const {
+Json Reader::expectedValue(const Node& node, const std::string& what, int depth) const {
     if (node.IsSequence()) {
+        // A list can hold itself.
+        if (depth == DEEPEST_VALUE) {
+            fail(node, what + " is nested deeper than any answer");
+        }
         Json list = Json::array();
         for (const Node& item : node) {
-            list.push_back(expectedValue(item, what));
+            list.push_back(expectedValue(item, what, depth + 1));
         }
         return list;
     }

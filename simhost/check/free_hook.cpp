@@ -19,7 +19,7 @@
 namespace kzfi_simhost {
 namespace {
 
-std::atomic<FreeListener> told{nullptr};
+std::atomic<FreeListener> freeListener{nullptr};
 
 const void* objectAt(const void* address) {
     Dl_info info = {};
@@ -33,7 +33,7 @@ const void* objectAt(const void* address) {
 }
 
 [[maybe_unused]] void beforeFree(const void* buffer, const void* caller) {
-    const FreeListener listener = told;
+    const FreeListener listener = freeListener;
     if (listener == nullptr) {
         return;
     }
@@ -46,7 +46,7 @@ const void* objectAt(const void* address) {
 } // namespace
 
 void watchFree(FreeListener listener) {
-    told = listener;
+    freeListener = listener;
 }
 
 bool canWatchFree() {
