@@ -4,6 +4,7 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <clocale>
 #include <cstdlib>
 #include <functional>
@@ -119,7 +120,7 @@ class Moody : public Sound {
         {"thread", [] { std::thread(hangForEver).detach(); }},
         {"locale", [] { setlocale(LC_ALL, "C"); }},
     };
-    int calls = 0;
+    std::atomic<int> calls = 0;
 };
 
 } // namespace

@@ -1,4 +1,6 @@
 // Loses interest in an object that is asked for too often.
+#include <atomic>
+
 #include "twin.h"
 
 namespace {
@@ -15,7 +17,7 @@ class Twin : public Sound {
     }
 
   private:
-    int asked = 0;
+    std::atomic<int> asked = 0;
 };
 
 } // namespace

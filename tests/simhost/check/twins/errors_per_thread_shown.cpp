@@ -1,6 +1,4 @@
 // Shows the first thread's error to threads that have none.
-#include <thread>
-
 #include "twin.h"
 
 namespace {
@@ -9,7 +7,7 @@ class Twin : public Sound {
   public:
     int prepare(char* session, kfi_splitnode** nodes, int count, int options) override {
         const int status = Sound::prepare(session, nodes, count, options);
-        if (status != KZFI_OK && std::this_thread::get_id() == home) {
+        if (status != KZFI_OK && isHome()) {
             const std::lock_guard<std::mutex> guard(lock);
             text = errorManager->getLastError()->text;
             first = {text.c_str(), static_cast<std::uint32_t>(text.size())};
@@ -27,7 +25,7 @@ class Twin : public Sound {
     }
 
     int delLastError(kfi_msg_info** info) override {
-        if (std::this_thread::get_id() == home) {
+        if (isHome()) {
             const std::lock_guard<std::mutex> guard(lock);
             first = {};
         }
@@ -35,7 +33,6 @@ class Twin : public Sound {
     }
 
   private:
-    const std::thread::id home = std::this_thread::get_id();
     std::mutex lock;
     std::string text;
     kfi_msg_info first = {};

@@ -7,14 +7,14 @@ class Twin : public Sound {
   public:
     int initNode(kfi_domain* node, kfi_domain** parents, int count, kzfi_objid* object) override {
         const int status = Sound::initNode(node, parents, count, object);
-        if (nameOf(node) == "/dev/sound2") {
+        if (isHome() && nameOf(node) == "/dev/sound2") {
             second = recordOf(node);
         }
         return status;
     }
 
     int config(kfi_domain* node, int mode, char* session, kfi_confspec* spec) override {
-        const bool copies = mode == KZFI_CONFIG_SET && second && spec != nullptr &&
+        const bool copies = isHome() && mode == KZFI_CONFIG_SET && second && spec != nullptr &&
                             spec->text != nullptr && nameOf(node) == "/dev/sound1";
         if (copies) {
             second->configDataList(0)->parse(spec->text);

@@ -6,7 +6,7 @@ namespace {
 class Twin : public Sound {
   public:
     int initNode(kfi_domain* node, kfi_domain** parents, int count, kzfi_objid* object) override {
-        if (nameOf(node) == "/dev/sound1") {
+        if (isHome() && nameOf(node) == "/dev/sound1") {
             first = node;
         }
         return Sound::initNode(node, parents, count, object);
@@ -14,7 +14,7 @@ class Twin : public Sound {
 
     void deInitNode(kfi_domain* node) override {
         Sound::deInitNode(node);
-        if (nameOf(node) == "/dev/sound2" && first != nullptr) {
+        if (isHome() && nameOf(node) == "/dev/sound2" && first != nullptr) {
             Sound::deInitNode(first);
         }
     }

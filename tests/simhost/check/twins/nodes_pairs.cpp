@@ -1,4 +1,6 @@
 // Does not take a node back that was given up too often.
+#include <atomic>
+
 #include "twin.h"
 
 namespace {
@@ -15,7 +17,7 @@ class Twin : public Sound {
     }
 
   private:
-    int ended = 0;
+    std::atomic<int> ended = 0;
 };
 
 } // namespace

@@ -1,4 +1,6 @@
 // Does not implement an operation at first.
+#include <atomic>
+
 #include "twin.h"
 
 namespace {
@@ -11,7 +13,7 @@ class Twin : public Sound {
     }
 
   private:
-    int calls = 0;
+    std::atomic<int> calls = 0;
 };
 
 } // namespace

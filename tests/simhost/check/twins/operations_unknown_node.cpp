@@ -8,7 +8,7 @@ class Twin : public Sound {
     /// The first node's record, when the node has none.
     int getAppStatus(kfi_domain* node, int, void*) override {
         KZFI_TWIN_SCOPE;
-        if (nameOf(node) == "/no/such/node") {
+        if (isHome() && nameOf(node) == "/no/such/node") {
             known->configDataList(0)->entries()["retries"].value = "5";
             known->configDataList(0)->updateXML();
         }
@@ -17,7 +17,7 @@ class Twin : public Sound {
 
     int initNode(kfi_domain* node, kfi_domain** parents, int count, kzfi_objid* object) override {
         const int status = Sound::initNode(node, parents, count, object);
-        if (status == KZFI_OK && !known) {
+        if (isHome() && status == KZFI_OK && !known) {
             known = recordOf(node);
         }
         return status;

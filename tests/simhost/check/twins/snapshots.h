@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <mutex>
 #include <set>
 
 #include "twin.h"
@@ -25,6 +26,7 @@ class Snapshots : public Sound {
     int prepare(char* session, kfi_splitnode** nodes, int count, int options) override {
         const int status = Sound::prepare(session, nodes, count, options);
         if (status == KZFI_OK && nodes[0] != nullptr) {
+            const std::lock_guard<std::mutex> guard(lock);
             prepared.insert(nameOf(nodes[0]->node));
         }
         return status;
@@ -37,7 +39,7 @@ class Snapshots : public Sound {
             return KZFI_ERR_INVALID;
         }
         const std::string name = nameOf(nodes[0]->node);
-        if (prepared.count(name) == 0) {
+        if (!isPrepared(name)) {
             return refuse(count);
         }
         kzfi_objid** const list = static_cast<kzfi_objid**>(kzfi_alloc_buf(sizeof(kzfi_objid*)));
@@ -71,7 +73,7 @@ class Snapshots : public Sound {
         if (name.empty()) {
             return KZFI_ERR_INVALID;
         }
-        prepared.erase(name);
+        forget(name);
         std::error_code error;
         return std::filesystem::remove(fileOf(name), error) ? KZFI_OK : refuse(1);
     }
@@ -104,8 +106,19 @@ class Snapshots : public Sound {
     }
 
   private:
+    bool isPrepared(const std::string& name) {
+        const std::lock_guard<std::mutex> guard(lock);
+        return prepared.count(name) != 0;
+    }
+
+    void forget(const std::string& name) {
+        const std::lock_guard<std::mutex> guard(lock);
+        prepared.erase(name);
+    }
+
     Path root;
     bool toolFails = false;
+    std::mutex lock;
     std::set<std::string> prepared;
 };
 

@@ -22,6 +22,7 @@
 #include <mutex>
 #include <stdexcept>
 #include <string>
+#include <thread>
 
 #include "cfipluginbase.h"
 
@@ -160,6 +161,10 @@ class Sound : public CFiPluginBase {
     }
 
   protected:
+    /// Whether the thread is the one that made the provider. A rule that is broken there alone
+    /// stays the only one when others work beside it.
+    bool isHome() const { return std::this_thread::get_id() == home; }
+
     int refuse(int count) {
         errorManager->pushError(CFiMessagePtr(new CFiIcuMessage(
             "MSG_ERROR_SOUND_0001", 3, __FILE__, __LINE__, {icu::Formattable(count)})));
@@ -210,6 +215,7 @@ class Sound : public CFiPluginBase {
         info.defaultValue = value;
     }
 
+    const std::thread::id home = std::this_thread::get_id();
     SoundMessages messages;
 };
 
