@@ -2,6 +2,7 @@
 #ifndef KZFI_SIMHOST_HOST_ROOT_H
 #define KZFI_SIMHOST_HOST_ROOT_H
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <string>

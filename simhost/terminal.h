@@ -10,13 +10,13 @@ namespace kzfi_simhost {
 /// The columns of the terminal behind the descriptor; 80 where it does not say.
 std::size_t terminalColumns(int descriptor);
 
-/// What a text is shown in: codes of ECMA-48, Select Graphic Rendition.
+/// How a text is shown: codes of ECMA-48, Select Graphic Rendition.
 inline constexpr const char* BOLD = "1";
 inline constexpr const char* RED = "31";
 inline constexpr const char* GREEN = "32";
 inline constexpr const char* YELLOW = "33";
 
-/// The text as a terminal shows it in that colour.
+/// The text for a terminal, to be shown in that way.
 std::string inColour(const char* code, const std::string& text);
 
 } // namespace kzfi_simhost

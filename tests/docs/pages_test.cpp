@@ -1,6 +1,7 @@
 // What stands on a page is built and run as it stands there.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 
 #include "documents.h"

@@ -375,6 +375,7 @@ INSTANTIATE_TEST_SUITE_P(
         Bad{"provider: p\nsteps:\n  - init:\n    expect: {values: {a: &a [*a]}}\n",
             "s.yaml:4: value 'a' is nested deeper than any answer"},
         Bad{"provider: p\n---\nprovider: q\n", "s.yaml:2: a scenario is one document"},
+        Bad{"provider: p\n---\n", "s.yaml:2: a scenario is one document"},
         Bad{"provider: p\n,\n", "s.yaml:2: not YAML: end of map not found"},
         Bad{",", "s.yaml:1: a scenario is one document"},
         Bad{"provider: p\nname: ../p\n",
